@@ -1,0 +1,110 @@
+#include "stereo/image_scale.h"
+#include "stereo/log_category.h"
+
+#include <vision/stereo.h>
+
+#include <opencv2/calib3d.hpp>
+#include <opencv2/core.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+namespace vision {
+
+namespace {
+
+using detail::stereoCategory;
+
+constexpr const char* function = "computeDisparity";
+
+/// The matchers count in sixteenths of a pixel.
+constexpr double pixelsPerUnit = 0.0625;
+
+/// The parameters that both matchers take and that depend on how much smaller the image is.
+struct ScaledParameters
+{
+    int minDisparity;
+    int disparityNumber;
+    int blockSize;
+    int speckleRange;
+    int speckleWindowSize;
+};
+
+template <typename Matcher>
+void setScaled(Matcher& matcher, const ScaledParameters& scaled)
+{
+    matcher.setMinDisparity(scaled.minDisparity);
+    matcher.setNumDisparities(scaled.disparityNumber);
+    matcher.setBlockSize(scaled.blockSize);
+    matcher.setSpeckleWindowSize(scaled.speckleWindowSize);
+    matcher.setSpeckleRange(scaled.speckleRange);
+}
+
+cv::Mat match(cv::StereoMatcher& matcher, const cv::Mat& left, const cv::Mat& right)
+{
+    try {
+        cv::Mat raw;
+        cv::Mat disparity;
+        matcher.compute(left, right, raw);
+        raw.convertTo(disparity, CV_32F, pixelsPerUnit, 0.0);
+        return disparity;
+    } catch (const std::exception& error) {
+        detail::logRecord(tarn::LogLevel::Error, stereoCategory, function,
+                          "Error in block matching algorithm: ", error.what());
+        throw;
+    }
+}
+
+void requireGreyPair(const cv::Mat& left, const cv::Mat& right)
+{
+    if (left.size != right.size) {
+        detail::refuse<std::invalid_argument>(stereoCategory, function,
+                                              "Both image don't have the same size.",
+                                              "Both images must have the same size.");
+    }
+    if (left.type() != right.type() || left.type() != CV_8UC1) {
+        throw std::invalid_argument("Wrong rectify type, need CV_8UC1 rectify.");
+    }
+}
+
+} // namespace
+
+cv::Mat Stereo::computeDisparity(const cv::Mat& left, const cv::Mat& right) const
+{
+    requireGreyPair(left, right);
+    const int scale = detail::requireImageScale(left, _leftCalibration.width, function);
+    const int halvings = static_cast<int>(std::round(std::log2(scale)));
+    const ScaledParameters scaled{
+        detail::scaleMinDisparity(_minDisparity, scale), //
+        std::max(_disparityNumber - 16 * halvings, 16),  //
+        scale == 1 ? _windowSize : _windowSize - scale,  //
+        _speckleRange / scale,                           //
+        _speckleWindowSize / scale,
+    };
+
+    if (_stereoAlgorithm == BM) {
+        detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, function, "Compute disparity (BM)...");
+        const auto matcher = cv::StereoBM::create(0, 21);
+        setScaled(*matcher, scaled);
+        matcher->setPreFilterSize(_preFilterSize);
+        matcher->setPreFilterCap(_preFilterCap);
+        matcher->setTextureThreshold(_textureThreshold);
+        matcher->setUniquenessRatio(_uniquenessRatio);
+        return match(*matcher, left, right);
+    }
+    if (_stereoAlgorithm == SGBM) {
+        detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, function, "Compute disparity (SGBM)...");
+        // The penalties and the left-right check stay 0 whatever their parameters say: results depend on it.
+        const auto matcher =
+            cv::StereoSGBM::create(scaled.minDisparity, scaled.disparityNumber, scaled.blockSize, 0, 0, 0, 0,
+                                   0, 0, 0, cv::StereoSGBM::MODE_SGBM);
+        setScaled(*matcher, scaled);
+        matcher->setPreFilterCap(_preFilterCap);
+        matcher->setUniquenessRatio(_uniquenessRatio);
+        return match(*matcher, left, right);
+    }
+    return cv::Mat();
+}
+
+} // namespace vision

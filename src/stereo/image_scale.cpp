@@ -1,0 +1,23 @@
+#include "stereo/image_scale.h"
+
+#include "stereo/log_category.h"
+
+#include <stdexcept>
+
+namespace vision::detail {
+
+int requireImageScale(const cv::Mat& image, int calibrationWidth, const char* function)
+{
+    const auto require = [function](bool holds, const char* text) {
+        if (!holds) {
+            refuse<std::invalid_argument>(stereoCategory, function, text);
+        }
+    };
+    require(image.dims <= 2, "Images must have two dimensions.");
+    require(!image.empty(), "Images must not be empty.");
+    require(calibrationWidth > 0, "Calibrations must be set before images are processed.");
+    require(image.cols <= calibrationWidth, "Images must not be wider than the calibration.");
+    return calibrationWidth / image.cols;
+}
+
+} // namespace vision::detail

@@ -1,0 +1,26 @@
+/// The ratio between the calibration's and an image's width, which adapts the parameters.
+#ifndef VISION_STEREO_IMAGE_SCALE_H
+#define VISION_STEREO_IMAGE_SCALE_H
+
+#include <opencv2/core/mat.hpp>
+
+namespace vision::detail {
+
+/// Returns the truncated ratio of the widths, at least 1.
+/// @throws std::invalid_argument (logged under the function's name) when the image is empty, has more than
+/// two
+///         dimensions or is wider than the calibration, or the calibration has no width
+int requireImageScale(const cv::Mat& image, int calibrationWidth, const char* function);
+
+/// The smallest disparity that the matchers search in an image of that scale.
+///
+/// One below the scaled parameter, at full size too: the parameter is the disparity of a point at the maximum
+/// depth, and the subpixel estimate there needs the neighbour below.
+inline int scaleMinDisparity(int minDisparity, int scale)
+{
+    return minDisparity / scale - 1;
+}
+
+} // namespace vision::detail
+
+#endif

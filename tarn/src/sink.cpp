@@ -1,0 +1,88 @@
+#include "sink.h"
+
+#include <spdlog/logger.h>
+#include <spdlog/sinks/stdout_sinks.h>
+
+#include <mutex>
+
+namespace tarn::log {
+
+namespace {
+
+const char* levelName(LogLevel level)
+{
+    switch (level) {
+    case LogLevel::None:
+        return "none";
+    case LogLevel::Fatal:
+        return "fatal";
+    case LogLevel::Error:
+        return "error";
+    case LogLevel::Warning:
+        return "warning";
+    case LogLevel::Info:
+        return "info";
+    case LogLevel::Verbose:
+        return "verbose";
+    case LogLevel::Debug:
+        return "debug";
+    }
+    return "unknown";
+}
+
+/// Writes "time level category function: text" lines to stderr.
+class StderrSink
+{
+public:
+    StderrSink() : _logger(std::make_shared<spdlog::logger>("tarn", makeSpdlogSink())) {}
+
+    void operator()(const Record& record) const
+    {
+        // Our own level names go into the text: spdlog's six do not match ours.
+        _logger->log(record.time, {}, spdlog::level::critical,
+                     fmt::format("{} {} {}: {}", levelName(record.level), record.category, record.function,
+                                 record.message));
+    }
+
+private:
+    static spdlog::sink_ptr makeSpdlogSink()
+    {
+        auto sink = std::make_shared<spdlog::sinks::stderr_sink_mt>();
+        sink->set_pattern("%Y-%m-%d %H:%M:%S.%e %v");
+        return sink;
+    }
+
+    std::shared_ptr<spdlog::logger> _logger;
+};
+
+struct SinkHolder
+{
+    std::mutex mutex;
+    std::shared_ptr<const Sink> sink = std::make_shared<const Sink>(StderrSink());
+
+    /// Never destroyed, for the same reason as the registry of categories.
+    static SinkHolder& instance()
+    {
+        static SinkHolder& holder = *new SinkHolder;
+        return holder;
+    }
+};
+
+} // namespace
+
+std::shared_ptr<const Sink> currentSink()
+{
+    SinkHolder& holder = SinkHolder::instance();
+    const std::lock_guard<std::mutex> lock(holder.mutex);
+    return holder.sink;
+}
+
+void setSink(Sink sink)
+{
+    auto next = std::make_shared<const Sink>(sink ? std::move(sink) : Sink(StderrSink()));
+    SinkHolder& holder = SinkHolder::instance();
+    const std::lock_guard<std::mutex> lock(holder.mutex);
+    holder.sink.swap(next);
+}
+
+} // namespace tarn::log
