@@ -1,0 +1,16 @@
+#include <opencv2/imgcodecs.hpp>
+#include <vision/stereo.h>
+#include <iostream>
+
+int main(int, char** argv) // left.yml right.yml left.png right.png
+{
+    vision::Calibration left, right;
+    left.load(argv[1]);
+    right.load(argv[2]);
+    vision::Stereo stereo;
+    stereo.setCalibrations(left, right);
+    auto [l, r] = stereo.rectifyImages(cv::imread(argv[3], cv::IMREAD_GRAYSCALE),
+                                       cv::imread(argv[4], cv::IMREAD_GRAYSCALE));
+    cv::Mat points = stereo.computeDepth(stereo.computeDisparity(l, r));
+    std::cout << "centre: " << points.at<cv::Vec3f>(points.rows / 2, points.cols / 2) << " m\n";
+}
