@@ -46,12 +46,12 @@ struct Category
 struct Record
 {
     std::chrono::system_clock::time_point time;
-    LogLevel level;
+    LogLevel level = LogLevel::None;
     const std::string& category;
     const std::string& message;
-    const char* file;     ///< source file, may be ""
-    const char* function; ///< emitting function, may be ""
-    int line;             ///< source line, 0 when unknown
+    const char* file = "";     ///< source file
+    const char* function = ""; ///< emitting function
+    int line = 0;              ///< source line, 0 when unknown
 };
 
 /// Receives records; may be called from several threads at once.
