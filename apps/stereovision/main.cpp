@@ -30,8 +30,9 @@ void setLogLevels(bool isVerbose)
 
 ExitCode runProgram(int argc, char** argv, tool::Console& console)
 {
-    CLI::App program("Calibrated stereo vision: from pairs of images to rectified images, disparity and depth.",
-                     "stereovision");
+    CLI::App program(
+        "Calibrated stereo vision: from pairs of images to rectified images, disparity and depth.",
+        "stereovision");
     program.set_version_flag("--version", "stereovision " STEREOVISION_VERSION);
     program.footer("Exit codes: 0 all done, 1 some input failed, 2 wrong usage or nothing could be done.\n\n"
                    "Example: stereovision calibrate --help");

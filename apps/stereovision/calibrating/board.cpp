@@ -15,7 +15,9 @@ double findSmallestSpacing(const Corners& corners, const cv::Size& board)
     double smallest = std::numeric_limits<double>::max();
     for (int row = 0; row < board.height; ++row) {
         for (int column = 0; column < board.width; ++column) {
-            const auto at = [&](int r, int c) { return corners[static_cast<std::size_t>(r * board.width + c)]; };
+            const auto at = [&](int r, int c) {
+                return corners[static_cast<std::size_t>(r * board.width + c)];
+            };
             if (column > 0) {
                 smallest = std::min(smallest, cv::norm(at(row, column) - at(row, column - 1)));
             }

@@ -40,8 +40,8 @@ std::vector<Corners> collect(const std::vector<BoardView>& views, const std::vec
     return corners;
 }
 
-Camera calibrateCamera(const std::vector<std::vector<cv::Point3f>>& boards, const std::vector<Corners>& corners,
-                       const cv::Size& imageSize)
+Camera calibrateCamera(const std::vector<std::vector<cv::Point3f>>& boards,
+                       const std::vector<Corners>& corners, const cv::Size& imageSize)
 {
     Camera camera;
     std::vector<cv::Mat> rotations;
@@ -65,10 +65,10 @@ Fit fit(const std::vector<BoardView>& views, const std::vector<std::size_t>& use
     cv::Mat fundamental;
     cv::Mat errors;
     // Each camera alone is determined better than together with the position of the other.
-    result.rms = cv::stereoCalibrate(boards, left, right, result.left.matrix, result.left.distortion,
-                                     result.right.matrix, result.right.distortion, imageSize, result.rotation,
-                                     result.translation, essential, fundamental, errors,
-                                     cv::CALIB_FIX_INTRINSIC);
+    result.rms =
+        cv::stereoCalibrate(boards, left, right, result.left.matrix, result.left.distortion,
+                            result.right.matrix, result.right.distortion, imageSize, result.rotation,
+                            result.translation, essential, fundamental, errors, cv::CALIB_FIX_INTRINSIC);
     for (int view = 0; view < errors.rows; ++view) {
         result.viewErrors.push_back(std::max(errors.at<double>(view, 0), errors.at<double>(view, 1)));
     }
@@ -95,13 +95,14 @@ std::size_t findOutlier(const Fit& fit, const cv::Size& imageSize)
 void requireEnough(const PairCalibration& calibration, std::size_t views)
 {
     if (calibration.used.size() < fewestViews) {
-        throw Failure("too few pairs show the whole board in both images: " + std::to_string(calibration.used.size()) +
-                      ", at least " + std::to_string(fewestViews) +
+        throw Failure("too few pairs show the whole board in both images: " +
+                      std::to_string(calibration.used.size()) + ", at least " + std::to_string(fewestViews) +
                       " are needed, 10 or more are good; check --board and take more pairs");
     }
     if (2 * calibration.outliers.size() > views) {
-        throw Failure("most pairs do not fit each other: check that --left and --right name the images in the same "
-                      "order and that the cameras did not move between them");
+        throw Failure(
+            "most pairs do not fit each other: check that --left and --right name the images in the same "
+            "order and that the cameras did not move between them");
     }
 }
 
@@ -121,14 +122,15 @@ void rectify(const Fit& fit, const cv::Size& imageSize, PairCalibration& calibra
     cv::Mat rightProjection;
     cv::Mat reprojection;
     cv::stereoRectify(fit.left.matrix, fit.left.distortion, fit.right.matrix, fit.right.distortion, imageSize,
-                      fit.rotation, fit.translation, leftRotation, rightRotation, leftProjection, rightProjection,
-                      reprojection, cv::CALIB_ZERO_DISPARITY, onlyValidPixels, imageSize);
+                      fit.rotation, fit.translation, leftRotation, rightRotation, leftProjection,
+                      rightProjection, reprojection, cv::CALIB_ZERO_DISPARITY, onlyValidPixels, imageSize);
     if (rightProjection.at<double>(0, 3) >= 0) {
         throw Failure(rightProjection.at<double>(1, 3) != 0
                           ? "the cameras stand above each other: only cameras side by side can be used"
                           : "the left camera stands to the right of the right one: swap --left and --right");
     }
-    const auto makeRecord = [&imageSize](const Camera& camera, const cv::Mat& rotation, const cv::Mat& projection) {
+    const auto makeRecord = [&imageSize](const Camera& camera, const cv::Mat& rotation,
+                                         const cv::Mat& projection) {
         vision::Calibration record;
         record.width = imageSize.width;
         record.height = imageSize.height;

@@ -28,10 +28,10 @@ struct PairCalibration
 {
     vision::Calibration left; ///< all matrices 32-bit float; in metres
     vision::Calibration right;
-    double rmsLeft = 0;          ///< reprojection error of the left camera alone, px
-    double rmsRight = 0;         ///< of the right camera alone
-    double rmsStereo = 0;        ///< of both cameras with one position of the board for both
-    double baseline = 0;         ///< m
+    double rmsLeft = 0;            ///< reprojection error of the left camera alone, px
+    double rmsRight = 0;           ///< of the right camera alone
+    double rmsStereo = 0;          ///< of both cameras with one position of the board for both
+    double baseline = 0;           ///< m
     std::vector<std::size_t> used; ///< places in the input of the views that the calibration rests on
     std::vector<Outlier> outliers; ///< views that were dropped, the worst first
 };

@@ -62,7 +62,8 @@ void addBoard(const PairFiles& pair, const cv::Size& board, Boards& boards, Cons
                       formatSize(boards.imageSize) + ": all images must have the same size");
     }
     BoardView view{findBoard(images.left.grey, board), findBoard(images.right.grey, board)};
-    for (const auto& [corners, file] : {std::pair(&view.left, &pair.left), std::pair(&view.right, &pair.right)}) {
+    for (const auto& [corners, file] :
+         {std::pair(&view.left, &pair.left), std::pair(&view.right, &pair.right)}) {
         if (corners->empty()) {
             skip(pair, "no whole board found in " + *file, boards, console);
             return;
@@ -99,7 +100,8 @@ void report(const PairCalibration& calibration, const RowError& rows, Console& c
     line("rms stereo: ", calibration.rmsStereo, 3, " px");
     line("baseline: ", 1000 * calibration.baseline, 2, " mm");
     line("focal length: ", calibration.left.projectionMatrix.at<float>(0, 0), 2, " px");
-    console.result("row error: " + formatFixed(rows.rms, 3) + " px rms, " + formatFixed(rows.worst, 3) + " px worst");
+    console.result("row error: " + formatFixed(rows.rms, 3) + " px rms, " + formatFixed(rows.worst, 3) +
+                   " px worst");
 }
 
 void judge(const PairCalibration& calibration, Console& console)
@@ -107,10 +109,12 @@ void judge(const PairCalibration& calibration, Console& console)
     constexpr std::size_t goodNumber = 10;
     constexpr double goodRms = 1.0; // px
     if (calibration.used.size() < goodNumber) {
-        console.note("few pairs: 10 or more, with the board tilted and in all parts of the image, are more reliable");
+        console.note(
+            "few pairs: 10 or more, with the board tilted and in all parts of the image, are more reliable");
     }
     if (calibration.rmsStereo > goodRms) {
-        console.note("the rms is high: is the board flat, are the images sharp and taken at the same moment?");
+        console.note(
+            "the rms is high: is the board flat, are the images sharp and taken at the same moment?");
     }
 }
 
@@ -137,7 +141,8 @@ ExitCode runCalibrate(const CalibrateOptions& options, Console& console)
     saveCalibration(calibration.right, rightName, output);
     const auto files = output.commit();
 
-    console.result("pairs used: " + std::to_string(calibration.used.size()) + " of " + std::to_string(pairs.size()));
+    console.result("pairs used: " + std::to_string(calibration.used.size()) + " of " +
+                   std::to_string(pairs.size()));
     console.result("pairs skipped: " + std::to_string(boards.skipped));
     report(calibration, measureRowError(calibration, boards.views), console);
     judge(calibration, console);
@@ -151,7 +156,8 @@ ExitCode runCalibrate(const CalibrateOptions& options, Console& console)
 
 Command addCalibrate(CLI::App& program)
 {
-    CLI::App* app = program.add_subcommand("calibrate", "Calibrate a camera pair from images of a chessboard");
+    CLI::App* app =
+        program.add_subcommand("calibrate", "Calibrate a camera pair from images of a chessboard");
     auto options = std::make_shared<CalibrateOptions>();
     app->add_option("--board", options->board, "Inner corners of the chessboard: COLUMNSxROWS")
         ->required()
@@ -163,12 +169,15 @@ Command addCalibrate(CLI::App& program)
     app->add_option("--right", options->right, "Images of the right camera, in the same order")
         ->required()
         ->type_name("FILE");
-    app->add_option("--output", options->output, "Folder for left.yml and right.yml")->required()->type_name("DIR");
+    app->add_option("--output", options->output, "Folder for left.yml and right.yml")
+        ->required()
+        ->type_name("DIR");
     app->add_flag("--force", options->force, "Overwrite existing files");
-    app->footer("Pairs in which a board is not found, or that do not fit the others, are skipped and listed.\n"
-                "Lengths in the calibration files are in metres.\n\n"
-                "Example: stereovision calibrate --board 9x6 --square 25mm --left left*.jpg --right right*.jpg "
-                "--output calibration");
+    app->footer(
+        "Pairs in which a board is not found, or that do not fit the others, are skipped and listed.\n"
+        "Lengths in the calibration files are in metres.\n\n"
+        "Example: stereovision calibrate --board 9x6 --square 25mm --left left*.jpg --right right*.jpg "
+        "--output calibration");
     return {app, [options](Console& console) { return runCalibrate(*options, console); }};
 }
 

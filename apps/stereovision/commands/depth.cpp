@@ -42,8 +42,9 @@ void requireDistinctNames(const std::vector<PairFiles>& pairs)
     for (const PairFiles& pair : pairs) {
         const auto [first, isNew] = files.emplace(baseName(pair), pair.left);
         if (!isNew) {
-            throw Failure("--left " + first->second + " and " + pair.left + " would both write " + first->first +
-                          "-disparity.png and so on: process them one by one with different --output folders");
+            throw Failure(
+                "--left " + first->second + " and " + pair.left + " would both write " + first->first +
+                "-disparity.png and so on: process them one by one with different --output folders");
         }
     }
 }
@@ -61,7 +62,8 @@ std::function<double(double)> makeDepthOfDisparity(const vision::Stereo& stereo,
     const auto [left, right] = stereo.getCalibrations();
     const cv::Mat leftProjection = left.scaleTo(size.width, size.height).projectionMatrix;
     const cv::Mat rightProjection = right.scaleTo(size.width, size.height).projectionMatrix;
-    const double atInfinity = double{leftProjection.at<float>(0, 2)} - double{rightProjection.at<float>(0, 2)};
+    const double atInfinity =
+        double{leftProjection.at<float>(0, 2)} - double{rightProjection.at<float>(0, 2)};
     const double focalTimesBaseline = -double{rightProjection.at<float>(0, 3)};
     return [=](double disparity) { return focalTimesBaseline / (disparity - atInfinity); };
 }
@@ -69,8 +71,8 @@ std::function<double(double)> makeDepthOfDisparity(const vision::Stereo& stereo,
 struct OutputNames
 {
     explicit OutputNames(const std::string& base)
-        : rectified(base + "-rectified.png"), disparity(base + "-disparity.png"), floats(base + "-disparity.pfm"),
-          points(base + "-points.ply")
+        : rectified(base + "-rectified.png"), disparity(base + "-disparity.png"),
+          floats(base + "-disparity.pfm"), points(base + "-points.ply")
     {
     }
 
@@ -80,6 +82,16 @@ struct OutputNames
     const std::string points;
 };
 
+PairDepth computeDepth(const PairFiles& pair, double factor, const vision::Stereo& stereo, Console& console)
+{
+    const ImagePair images = readImagePair(pair, console);
+    try {
+        return computePairDepth(stereo, factor == 1 ? images : resize(images, factor));
+    } catch (const std::exception& error) {
+        throw Failure(pair.left + ": " + describe(error));
+    }
+}
+
 void processPair(const PairFiles& pair, const DepthOptions& options, const vision::Stereo& stereo,
                  const OutputFolder& folder, Console& console)
 {
@@ -87,16 +99,13 @@ void processPair(const PairFiles& pair, const DepthOptions& options, const visio
     for (const std::string* name : {&names.rectified, &names.disparity, &names.floats, &names.points}) {
         folder.requireFree(*name);
     }
-    ImagePair images = readImagePair(pair, console);
-    if (options.resize != 1) {
-        images = resize(images, options.resize);
-    }
-    const PairDepth depth = computePairDepth(stereo, images);
+    const PairDepth depth = computeDepth(pair, options.resize, stereo, console);
 
     OutputFiles output(folder);
     output.write(names.rectified, encodePng(drawRectifiedPair(depth.left, depth.right)));
-    output.write(names.disparity,
-                 encodePng(drawDisparity(depth.disparity, makeDepthOfDisparity(stereo, depth.disparity.size()))));
+    output.write(
+        names.disparity,
+        encodePng(drawDisparity(depth.disparity, makeDepthOfDisparity(stereo, depth.disparity.size()))));
     output.write(names.floats, encodePfm(depth.disparity));
     output.write(names.points, encodePly(depth.points, depth.left));
     const auto files = output.commit();
@@ -107,7 +116,8 @@ void processPair(const PairFiles& pair, const DepthOptions& options, const visio
         console.result("wrote " + file.string());
     }
     if (summary.points == 0) {
-        console.note(pair.left + ": no depth found; is the scene within --max-depth and reach of --disparities?");
+        console.note(pair.left +
+                     ": no depth found; is the scene within --max-depth and reach of --disparities?");
     }
 }
 
@@ -145,19 +155,22 @@ Command addDepth(CLI::App& program)
         ->type_name("FILE");
     app->add_option("--output", options->output, "Folder for the results")->required()->type_name("DIR");
     app->add_flag("--force", options->force, "Overwrite existing files");
-    app->add_option("--resize", options->resize, "Scale the images by this factor first, for speed: 0.5 halves width and height")
+    app->add_option("--resize", options->resize,
+                    "Scale the images by this factor first, for speed: 0.5 halves width and height")
         ->check(CLI::Range(0.001, 1.0))
         ->capture_default_str()
         ->type_name("FACTOR");
     options->stereo.addTo(*app);
-    app->footer("Images may be smaller than the calibration, in the same aspect ratio. For each pair, named after its\n"
-                "left image, four files are written:\n"
-                "  NAME-rectified.png  both rectified images with lines along the rows\n"
-                "  NAME-disparity.png  disparity in colour with a scale, black where nothing was matched\n"
-                "  NAME-disparity.pfm  disparity in px of the image, +Inf where nothing was matched\n"
-                "  NAME-points.ply     points in metres: x to the right, y down, z forward\n\n"
-                "Example: stereovision depth --left-calibration calibration/left.yml --right-calibration "
-                "calibration/right.yml --left left01.jpg --right right01.jpg --disparities 128 --output depth");
+    app->footer(
+        "Images may be smaller than the calibration, in the same aspect ratio. For each pair, named after "
+        "its\n"
+        "left image, four files are written:\n"
+        "  NAME-rectified.png  both rectified images with lines along the rows\n"
+        "  NAME-disparity.png  disparity in colour with a scale, black where nothing was matched\n"
+        "  NAME-disparity.pfm  disparity in px of the image, +Inf where nothing was matched\n"
+        "  NAME-points.ply     points in metres: x to the right, y down, z forward\n\n"
+        "Example: stereovision depth --left-calibration calibration/left.yml --right-calibration "
+        "calibration/right.yml --left left01.jpg --right right01.jpg --disparities 128 --output depth");
     return {app, [options](Console& console) { return runDepth(*options, console); }};
 }
 

@@ -68,8 +68,7 @@ void Console::drawProgress()
         return;
     }
     std::string line = _task + " " + std::to_string(_done) + "/" + std::to_string(_total);
-    const double seconds =
-        std::chrono::duration<double>(std::chrono::steady_clock::now() - _start).count();
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - _start).count();
     if (_done > 0 && seconds > 0) {
         const double rate = static_cast<double>(_done) / seconds;
         const double left = static_cast<double>(_total - _done) / rate;

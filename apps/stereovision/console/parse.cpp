@@ -48,7 +48,8 @@ double parseLength(const std::string& option, const std::string& text, Unit unit
     rest.remove_prefix(std::min(rest.find_first_not_of(' '), rest.size()));
     const auto metres = metresPerUnit(rest, unit);
     if (!number || !metres || !std::isfinite(*number) || *number <= 0) {
-        throw Failure(option + " \"" + text + "\": give a positive length with its unit (mm, cm or m), such as 25mm");
+        throw Failure(option + " \"" + text +
+                      "\": give a positive length with its unit (mm, cm or m), such as 25mm");
     }
     return *number * *metres;
 }
@@ -66,7 +67,8 @@ cv::Size parseBoard(const std::string& option, const std::string& text)
         return count && fewest <= *count && *count <= most;
     };
     if (!isSeparated || !rest.empty() || !fits(columns) || !fits(rows)) {
-        throw Failure(option + " \"" + text + "\": give the board's inner corners as COLUMNSxROWS, each at least " +
+        throw Failure(option + " \"" + text +
+                      "\": give the board's inner corners as COLUMNSxROWS, each at least " +
                       std::to_string(fewest) + ", such as 9x6");
     }
     return {*columns, *rows};

@@ -13,7 +13,8 @@ namespace {
 using vision::Stereo;
 
 constexpr const char* maxDepthOption = "--max-depth";
-constexpr const char* matcherGroup = "Matching (for images of the calibration's size; smaller ones get smaller values)";
+constexpr const char* matcherGroup =
+    "Matching (for images of the calibration's size; smaller ones get smaller values)";
 constexpr const char* ignoredGroup = "Kept for completeness; the matchers ignore them";
 
 /// A parameter with integer values: its option, meaning and domain.
@@ -30,25 +31,25 @@ struct IntegerParameter
 constexpr const char* minDisparityOption = "--min-disparity";
 
 const IntegerParameter integerParameters[] = {
-    {"--window", "Edge length of the matched blocks, px", "odd, 5 to 255", matcherGroup, &Stereo::getWindowSize,
-     &Stereo::setWindowSize},
+    {"--window", "Edge length of the matched blocks, px", "odd, 5 to 255", matcherGroup,
+     &Stereo::getWindowSize, &Stereo::setWindowSize},
     {"--disparities", "Number of disparities searched", "a positive multiple of 16", matcherGroup,
      &Stereo::getDisparityNumber, &Stereo::setDisparityNumber},
     {minDisparityOption, "Smallest disparity searched, px; by default that of a point at the maximum depth",
-     "at most the image width of the calibration, positive or negative", matcherGroup, &Stereo::getMinDisparity,
-     &Stereo::setMinDisparity},
-    {"--prefilter-cap", "Clipping value of prefiltered pixels", "1 to 63", matcherGroup, &Stereo::getPreFilterCap,
-     &Stereo::setPreFilterCap},
+     "at most the image width of the calibration, positive or negative", matcherGroup,
+     &Stereo::getMinDisparity, &Stereo::setMinDisparity},
+    {"--prefilter-cap", "Clipping value of prefiltered pixels", "1 to 63", matcherGroup,
+     &Stereo::getPreFilterCap, &Stereo::setPreFilterCap},
     {"--prefilter-size", "Edge length of the prefilter's window, px; bm only", "odd, 5 to 255", matcherGroup,
      &Stereo::getPreFilterSize, &Stereo::setPreFilterSize},
     {"--speckle-range", "Largest variation of disparity inside one region", "0 to 31", matcherGroup,
      &Stereo::getSpeckleRange, &Stereo::setSpeckleRange},
-    {"--speckle-window", "Largest region removed as speckle, pixels; 0 removes none", "0 to 1000", matcherGroup,
-     &Stereo::getSpeckleWindowSize, &Stereo::setSpeckleWindowSize},
+    {"--speckle-window", "Largest region removed as speckle, pixels; 0 removes none", "0 to 1000",
+     matcherGroup, &Stereo::getSpeckleWindowSize, &Stereo::setSpeckleWindowSize},
     {"--texture-threshold", "Least texture of a block that is matched; bm only", "0 to 10000", matcherGroup,
      &Stereo::getTextureThreshold, &Stereo::setTextureThreshold},
-    {"--uniqueness", "Margin by which the best match must beat the second best, percent", "0 to 100", matcherGroup,
-     &Stereo::getUniquenessRatio, &Stereo::setUniquenessRatio},
+    {"--uniqueness", "Margin by which the best match must beat the second best, percent", "0 to 100",
+     matcherGroup, &Stereo::getUniquenessRatio, &Stereo::setUniquenessRatio},
     {"--p1", "Penalty of a disparity change of 1", "0 or more", ignoredGroup, &Stereo::getP1, &Stereo::setP1},
     {"--p2", "Penalty of a larger change", "0 or more", ignoredGroup, &Stereo::getP2, &Stereo::setP2},
     {"--disp12-max-diff", "Largest difference in the left-right check", "any number", ignoredGroup,
@@ -59,12 +60,14 @@ void setCalibrations(Stereo& stereo, const CalibrationPair& calibrations, const 
 {
     try {
         if (!maxDepth.empty()) {
-            stereo.setMaxDepth(static_cast<float>(parseLength(maxDepthOption, maxDepth, Unit::MetresByDefault)));
+            stereo.setMaxDepth(
+                static_cast<float>(parseLength(maxDepthOption, maxDepth, Unit::MetresByDefault)));
         }
         stereo.setCalibrations(calibrations.first, calibrations.second);
     } catch (const std::range_error&) {
-        throw Failure(std::string(maxDepthOption) + " " + formatFixed(stereo.getMaxDepth(), 3) +
-                      " m: points at this distance are outside the image for these calibrations; choose a larger one");
+        throw Failure(
+            std::string(maxDepthOption) + " " + formatFixed(stereo.getMaxDepth(), 3) +
+            " m: points at this distance are outside the image for these calibrations; choose a larger one");
     }
 }
 

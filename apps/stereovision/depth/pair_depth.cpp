@@ -19,12 +19,14 @@ using vision::Stereo;
 
 void requireFittingSize(const cv::Size& image, const cv::Size& calibration)
 {
-    const std::string sizes = "the images are " + formatSize(image) + ", the calibration is for " + formatSize(calibration);
+    const std::string sizes =
+        "the images are " + formatSize(image) + ", the calibration is for " + formatSize(calibration);
     if (image.width > calibration.width) {
         throw Failure(sizes + ": scale them down to that size or calibrate at theirs");
     }
     if (std::int64_t{image.width} * calibration.height != std::int64_t{image.height} * calibration.width) {
-        throw Failure(sizes + ": the aspect ratio must be the same; use uncropped images of the calibrated cameras");
+        throw Failure(sizes +
+                      ": the aspect ratio must be the same; use uncropped images of the calibrated cameras");
     }
 }
 
@@ -53,9 +55,10 @@ void requireFittingSearch(const Stereo& stereo, const Search& search, const cv::
                       " does not fit: choose another --window or larger images");
     }
     if (stereo.getStereoAlgorithm() == Stereo::BM && search.block % 2 == 0) {
-        throw Failure(images + "the block matcher would get blocks of " + std::to_string(search.block) +
-                      " px (--window less " + std::to_string(search.scale) +
-                      "), which must be odd: use --algorithm sgbm or images 1/2, 1/4 ... as wide as the calibration");
+        throw Failure(
+            images + "the block matcher would get blocks of " + std::to_string(search.block) +
+            " px (--window less " + std::to_string(search.scale) +
+            "), which must be odd: use --algorithm sgbm or images 1/2, 1/4 ... as wide as the calibration");
     }
     const std::int64_t reach =
         std::int64_t{search.block} + search.disparities + std::max(search.minDisparity, 0);

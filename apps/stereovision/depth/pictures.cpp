@@ -44,7 +44,8 @@ Range findRange(const cv::Mat& disparity)
         return {0, 1};
     }
     const auto rank = [&matched](double share) {
-        const auto at = matched.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(matched.size() - 1));
+        const auto at =
+            matched.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(matched.size() - 1));
         std::nth_element(matched.begin(), at, matched.end());
         return std::floor(double{*at});
     };
@@ -105,7 +106,8 @@ cv::Mat drawScale(const Range& range, int height, const std::function<double(dou
         const int row = margin + cvRound((range.high - tick) / (range.high - range.low) * (length - 1));
         cv::line(scale, {barLeft + barWidth, row}, {labelLeft - 4, row}, white);
         const double depth = depthAt(tick);
-        const std::string metres = depth > 0 && std::isfinite(depth) ? "  " + formatFixed(depth, 3) + " m" : "";
+        const std::string metres =
+            depth > 0 && std::isfinite(depth) ? "  " + formatFixed(depth, 3) + " m" : "";
         write(scale, formatFixed(tick, 0) + " px" + metres, {labelLeft, row + 4});
     }
     return scale;

@@ -37,13 +37,15 @@ void requireReadable(const std::string& file)
 
 bool isFloats(const cv::Mat& matrix, int rows, int columns)
 {
-    return matrix.type() == CV_32FC1 && matrix.rows == rows && matrix.cols == columns && cv::checkRange(matrix);
+    return matrix.type() == CV_32FC1 && matrix.rows == rows && matrix.cols == columns &&
+           cv::checkRange(matrix);
 }
 
 bool isRotation(const cv::Mat& matrix)
 {
-    return matrix.empty() || (matrix.channels() == 1 && (matrix.depth() == CV_32F || matrix.depth() == CV_64F) &&
-                              matrix.rows == 3 && matrix.cols == 3 && cv::checkRange(matrix));
+    return matrix.empty() ||
+           (matrix.channels() == 1 && (matrix.depth() == CV_32F || matrix.depth() == CV_64F) &&
+            matrix.rows == 3 && matrix.cols == 3 && cv::checkRange(matrix));
 }
 
 bool isDistortion(const cv::Mat& matrix)
@@ -52,8 +54,8 @@ bool isDistortion(const cv::Mat& matrix)
         return true;
     }
     const std::initializer_list<std::size_t> lengths{4, 5, 8, 12, 14};
-    return matrix.channels() == 1 && (matrix.depth() == CV_32F || matrix.depth() == CV_64F) && matrix.dims == 2 &&
-           std::min(matrix.rows, matrix.cols) == 1 && cv::checkRange(matrix) &&
+    return matrix.channels() == 1 && (matrix.depth() == CV_32F || matrix.depth() == CV_64F) &&
+           matrix.dims == 2 && std::min(matrix.rows, matrix.cols) == 1 && cv::checkRange(matrix) &&
            std::find(lengths.begin(), lengths.end(), matrix.total()) != lengths.end();
 }
 
@@ -116,9 +118,10 @@ CalibrationPair loadCalibrations(const std::string& leftFile, const std::string&
     }
     // The translation stands in the record of the right camera, and its sign says on which side that one is.
     if (left.projectionMatrix.at<float>(0, 3) != 0 || !(right.projectionMatrix.at<float>(0, 3) < 0)) {
-        throw Failure(leftFile + " and " + rightFile +
-                      " do not belong to a left and a right camera side by side: is one of them given twice, or are "
-                      "they swapped?");
+        throw Failure(
+            leftFile + " and " + rightFile +
+            " do not belong to a left and a right camera side by side: is one of them given twice, or are "
+            "they swapped?");
     }
     return pair;
 }
@@ -128,11 +131,13 @@ void saveCalibration(const Calibration& calibration, const std::string& name, Ou
     const std::filesystem::path temporary = output.stage(name);
     const std::filesystem::path file = temporary.parent_path() / name;
     if (temporary.string().find(cuttingSign) != std::string::npos) {
-        throw Failure(file.string() + ": OpenCV cannot write a name with a question mark; choose another --output");
+        throw Failure(file.string() +
+                      ": OpenCV cannot write a name with a question mark; choose another --output");
     }
     calibration.save(temporary.string());
     if (!isSame(temporary, calibration)) {
-        throw Failure(file.string() + ": cannot write the file in full; free space or choose another --output");
+        throw Failure(file.string() +
+                      ": cannot write the file in full; free space or choose another --output");
     }
 }
 

@@ -9,6 +9,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
 #include <string_view>
 #include <vector>
 
@@ -45,8 +46,9 @@ Bytes readBytes(const std::string& file)
 bool startsWith(const Bytes& bytes, std::string_view signature)
 {
     return bytes.size() >= signature.size() &&
-           std::equal(signature.begin(), signature.end(), bytes.begin(),
-                      [](char wanted, unsigned char found) { return static_cast<unsigned char>(wanted) == found; });
+           std::equal(
+               signature.begin(), signature.end(), bytes.begin(),
+               [](char wanted, unsigned char found) { return static_cast<unsigned char>(wanted) == found; });
 }
 
 /// Walks over the markers of a JPEG file to the one that ends it. Searching backwards for that one would
@@ -87,9 +89,22 @@ void requireWhole(const std::string& file, const Bytes& bytes)
             ? std::search(bytes.begin(), bytes.end(), endOfPng.begin(), endOfPng.end()) != bytes.end()
             : true;
     if (!isWhole) {
-        throw Failure(file + ": the image is cut off; copy it again");
+        throw Failure(file + ": the image is damaged or cut off; copy it again");
     }
 }
+
+/// OpenCV writes some of its decoders' complaints straight to std::cerr; the user gets one message of ours.
+class MutedCerr
+{
+public:
+    MutedCerr() : _buffer(std::cerr.rdbuf(nullptr)) {}
+    ~MutedCerr() { std::cerr.rdbuf(_buffer); }
+    MutedCerr(const MutedCerr&) = delete;
+    MutedCerr& operator=(const MutedCerr&) = delete;
+
+private:
+    std::streambuf* _buffer;
+};
 
 } // namespace
 
@@ -99,6 +114,7 @@ cv::Mat readImage(const std::string& file)
     requireWhole(file, bytes);
     cv::Mat image;
     try {
+        const MutedCerr muted;
         image = cv::imdecode(bytes, cv::IMREAD_UNCHANGED);
     } catch (const cv::Exception& error) {
         throw Failure(file + ": cannot decode the image: " + describe(error));

@@ -50,12 +50,13 @@ void convertToEightBits(cv::Mat& left, cv::Mat& right, Console& console)
             brightest = std::max(brightest, findBrightest(*image));
         }
     }
-    const double factor = 1.0 / (1 << (countBits(brightest) - 8));
+    const double factor = 255.0 / ((1 << countBits(brightest)) - 1);
     for (cv::Mat* image : {&left, &right}) {
         if (image->depth() == CV_16U) {
             image->convertTo(*image, CV_8U, factor);
-            console.note("16-bit images are scaled to 8 bits (taken as 10, 12, 14 or 16 bits deep, whichever is the "
-                         "least that holds the brightest pixel of the pair)");
+            console.note(
+                "16-bit images are scaled to 8 bits (taken as the fewest of 8, 10, 12, 14 and 16 that "
+                "hold the brightest pixel of the pair)");
         }
     }
 }
@@ -80,7 +81,8 @@ std::vector<PairFiles> pairUp(const std::vector<std::string>& left, const std::v
 {
     if (left.size() != right.size()) {
         throw Failure("--left names " + std::to_string(left.size()) + " images and --right " +
-                      std::to_string(right.size()) + ": give one right image for each left one, in the same order");
+                      std::to_string(right.size()) +
+                      ": give one right image for each left one, in the same order");
     }
     std::vector<PairFiles> pairs;
     for (std::size_t i = 0; i < left.size(); ++i) {

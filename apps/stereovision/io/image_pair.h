@@ -36,8 +36,9 @@ std::vector<PairFiles> pairUp(const std::vector<std::string>& left, const std::v
 
 /// Reads a pair and converts it to 8 bits, telling what was converted.
 ///
-/// Pixels of 16 bits are divided by the power of two that fits the sensor: the smallest of 8, 10, 12, 14 and
-/// 16 bits that holds the brightest pixel of the pair. An alpha channel is dropped.
+/// Of images with 16 bits, the full range of the sensor is scaled to 0 .. 255. That range is taken to be the
+/// smallest of 8, 10, 12, 14 and 16 bits that holds the brightest pixel of the pair. An alpha channel is
+/// dropped.
 /// @throws Failure naming the file when one cannot be read or used, or the sizes differ
 ImagePair readImagePair(const PairFiles& files, Console& console);
 

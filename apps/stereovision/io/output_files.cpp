@@ -39,7 +39,8 @@ OutputFolder::OutputFolder(const fs::path& folder, bool mayOverwrite)
         throw Failure(name + ": is not a folder; choose another name");
     }
     if (access(folder.c_str(), W_OK | X_OK) != 0) {
-        throw Failure(name + ": cannot write into the folder: " + std::strerror(errno) + "; choose another one");
+        throw Failure(name + ": cannot write into the folder: " + std::strerror(errno) +
+                      "; choose another one");
     }
 }
 
@@ -60,7 +61,8 @@ void OutputFolder::requireFree(const std::string& name) const
         return;
     }
     if (!_mayOverwrite) {
-        throw Failure(file.string() + ": exists already; add --force to overwrite it or choose another --output");
+        throw Failure(file.string() +
+                      ": exists already; add --force to overwrite it or choose another --output");
     }
     if (!fs::is_regular_file(status)) {
         throw Failure(file.string() + ": is not a file that can be overwritten; choose another --output");
