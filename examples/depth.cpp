@@ -1,6 +1,6 @@
+#include <iostream>
 #include <opencv2/imgcodecs.hpp>
 #include <vision/stereo.h>
-#include <iostream>
 
 int main(int, char** argv) // left.yml right.yml left.png right.png
 {

@@ -1,0 +1,177 @@
+#include "commands/commands.h"
+#include "console/format.h"
+#include "console/stereo_options.h"
+#include "depth/pair_depth.h"
+#include "depth/pictures.h"
+#include "depth/summary.h"
+#include "failure.h"
+#include "io/image_pair.h"
+#include "io/output_files.h"
+#include "io/pfm.h"
+#include "io/ply.h"
+
+#include <opencv2/imgcodecs.hpp>
+
+#include <filesystem>
+#include <map>
+#include <memory>
+
+namespace tool {
+
+namespace {
+
+struct DepthOptions
+{
+    StereoOptions stereo;
+    std::vector<std::string> left;
+    std::vector<std::string> right;
+    double resize = 1;
+    std::string output;
+    bool force = false;
+};
+
+/// What the results of a pair are called after.
+std::string baseName(const PairFiles& pair)
+{
+    return std::filesystem::path(pair.left).stem().string();
+}
+
+void requireDistinctNames(const std::vector<PairFiles>& pairs)
+{
+    std::map<std::string, std::string> files;
+    for (const PairFiles& pair : pairs) {
+        const auto [first, isNew] = files.emplace(baseName(pair), pair.left);
+        if (!isNew) {
+            throw Failure(
+                "--left " + first->second + " and " + pair.left + " would both write " + first->first +
+                "-disparity.png and so on: process them one by one with different --output folders");
+        }
+    }
+}
+
+std::string encodePng(const cv::Mat& picture)
+{
+    std::vector<unsigned char> bytes;
+    cv::imencode(".png", picture, bytes);
+    return {bytes.begin(), bytes.end()};
+}
+
+/// The depth of a disparity in images of this size.
+std::function<double(double)> makeDepthOfDisparity(const vision::Stereo& stereo, const cv::Size& size)
+{
+    const auto [left, right] = stereo.getCalibrations();
+    const cv::Mat leftProjection = left.scaleTo(size.width, size.height).projectionMatrix;
+    const cv::Mat rightProjection = right.scaleTo(size.width, size.height).projectionMatrix;
+    const double atInfinity =
+        double{leftProjection.at<float>(0, 2)} - double{rightProjection.at<float>(0, 2)};
+    const double focalTimesBaseline = -double{rightProjection.at<float>(0, 3)};
+    return [=](double disparity) { return focalTimesBaseline / (disparity - atInfinity); };
+}
+
+struct OutputNames
+{
+    explicit OutputNames(const std::string& base)
+        : rectified(base + "-rectified.png"), disparity(base + "-disparity.png"),
+          floats(base + "-disparity.pfm"), points(base + "-points.ply")
+    {
+    }
+
+    const std::string rectified;
+    const std::string disparity;
+    const std::string floats;
+    const std::string points;
+};
+
+PairDepth computeDepth(const PairFiles& pair, double factor, const vision::Stereo& stereo, Console& console)
+{
+    const ImagePair images = readImagePair(pair, console);
+    try {
+        return computePairDepth(stereo, factor == 1 ? images : resize(images, factor));
+    } catch (const std::exception& error) {
+        throw Failure(pair.left + ": " + describe(error));
+    }
+}
+
+void processPair(const PairFiles& pair, const DepthOptions& options, const vision::Stereo& stereo,
+                 const OutputFolder& folder, Console& console)
+{
+    const OutputNames names(baseName(pair));
+    for (const std::string* name : {&names.rectified, &names.disparity, &names.floats, &names.points}) {
+        folder.requireFree(*name);
+    }
+    const PairDepth depth = computeDepth(pair, options.resize, stereo, console);
+
+    OutputFiles output(folder);
+    output.write(names.rectified, encodePng(drawRectifiedPair(depth.left, depth.right)));
+    output.write(
+        names.disparity,
+        encodePng(drawDisparity(depth.disparity, makeDepthOfDisparity(stereo, depth.disparity.size()))));
+    output.write(names.floats, encodePfm(depth.disparity));
+    output.write(names.points, encodePly(depth.points, depth.left));
+    const auto files = output.commit();
+
+    const DepthSummary summary = summarise(depth);
+    console.result(baseName(pair) + ": " + formatSize(depth.disparity.size()) + " px, " + format(summary));
+    for (const auto& file : files) {
+        console.result("wrote " + file.string());
+    }
+    if (summary.points == 0) {
+        console.note(pair.left +
+                     ": no depth found; is the scene within --max-depth and reach of --disparities?");
+    }
+}
+
+ExitCode runDepth(const DepthOptions& options, Console& console)
+{
+    const auto pairs = pairUp(options.left, options.right);
+    requireDistinctNames(pairs);
+    vision::Stereo stereo;
+    options.stereo.configure(stereo);
+    const OutputFolder folder(options.output, options.force);
+
+    std::size_t failed = 0;
+    console.startProgress("computing depth", pairs.size());
+    for (const PairFiles& pair : pairs) {
+        try {
+            processPair(pair, options, stereo, folder, console);
+        } catch (const std::exception& error) {
+            ++failed;
+            console.error(describe(error));
+        }
+        console.advanceProgress();
+    }
+    return exitCodeOf(pairs.size() - failed, failed);
+}
+
+} // namespace
+
+Command addDepth(CLI::App& program)
+{
+    CLI::App* app = program.add_subcommand("depth", "Compute disparity and depth of image pairs");
+    auto options = std::make_shared<DepthOptions>();
+    app->add_option("--left", options->left, "Images of the left camera")->required()->type_name("FILE");
+    app->add_option("--right", options->right, "Images of the right camera, in the same order")
+        ->required()
+        ->type_name("FILE");
+    app->add_option("--output", options->output, "Folder for the results")->required()->type_name("DIR");
+    app->add_flag("--force", options->force, "Overwrite existing files");
+    app->add_option("--resize", options->resize,
+                    "Scale the images by this factor first, for speed: 0.5 halves width and height")
+        ->check(CLI::Range(0.001, 1.0))
+        ->capture_default_str()
+        ->type_name("FACTOR");
+    options->stereo.addTo(*app);
+    app->footer(
+        "Images may be smaller than the calibration, in the same aspect ratio. For each pair, named after "
+        "its\n"
+        "left image, four files are written:\n"
+        "  NAME-rectified.png  both rectified images with lines along the rows\n"
+        "  NAME-disparity.png  disparity in colour with a scale, black where nothing was matched\n"
+        "  NAME-disparity.pfm  disparity in px of the image, +Inf where nothing was matched\n"
+        "  NAME-points.ply     points in metres: x to the right, y down, z forward\n\n"
+        "Example: stereovision depth --left-calibration calibration/left.yml --right-calibration "
+        "calibration/right.yml --left left01.jpg --right right01.jpg --disparities 128 --output depth");
+    return {app, [options](Console& console) { return runDepth(*options, console); }};
+}
+
+} // namespace tool

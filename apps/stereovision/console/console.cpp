@@ -1,0 +1,91 @@
+#include "console/console.h"
+
+#include "console/format.h"
+
+#include <cstdio>
+#include <unistd.h>
+
+namespace tool {
+
+Console::Console() : _isTerminal(isatty(STDERR_FILENO) == 1) {}
+
+Console::~Console()
+{
+    eraseProgress();
+}
+
+void Console::result(const std::string& line)
+{
+    eraseProgress();
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout); // keeps the order when stdout and stderr meet in one place
+    drawProgress();
+}
+
+void Console::note(const std::string& text)
+{
+    if (_told.insert(text).second) {
+        tell("note", text);
+    }
+}
+
+void Console::error(const std::string& text)
+{
+    tell("error", text);
+}
+
+void Console::startProgress(const std::string& task, std::size_t total)
+{
+    _task = task;
+    _done = 0;
+    _total = total;
+    _start = std::chrono::steady_clock::now();
+    drawProgress();
+}
+
+void Console::advanceProgress()
+{
+    eraseProgress();
+    ++_done;
+    drawProgress();
+}
+
+bool Console::flush()
+{
+    return std::fflush(stdout) == 0 && std::ferror(stdout) == 0;
+}
+
+void Console::tell(const char* kind, const std::string& text)
+{
+    eraseProgress();
+    std::fprintf(stderr, "stereovision: %s: %s\n", kind, text.c_str());
+    drawProgress();
+}
+
+void Console::drawProgress()
+{
+    if (!_isTerminal || _done >= _total) {
+        return;
+    }
+    std::string line = _task + " " + std::to_string(_done) + "/" + std::to_string(_total);
+    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - _start).count();
+    if (_done > 0 && seconds > 0) {
+        const double rate = static_cast<double>(_done) / seconds;
+        const double left = static_cast<double>(_total - _done) / rate;
+        line += ", " + formatFixed(rate, 1) + "/s, " + formatFixed(left, 0) + " s left";
+    }
+    std::fprintf(stderr, "%s", line.c_str());
+    std::fflush(stderr);
+    _isDrawn = true;
+}
+
+void Console::eraseProgress()
+{
+    if (_isDrawn) {
+        std::fprintf(stderr, "\r\033[K"); // back to the first column, erase the line
+        std::fflush(stderr);
+        _isDrawn = false;
+    }
+}
+
+} // namespace tool

@@ -1,0 +1,52 @@
+#ifndef TOOL_CONSOLE_CONSOLE_H
+#define TOOL_CONSOLE_CONSOLE_H
+
+#include <chrono>
+#include <cstddef>
+#include <set>
+#include <string>
+
+namespace tool {
+
+/// Everything the program tells its user: results on stdout; notes, errors and progress on stderr. Progress
+/// is one line that is drawn anew, and only on a terminal.
+class Console
+{
+public:
+    Console();
+    ~Console();
+    Console(const Console&) = delete;
+    Console& operator=(const Console&) = delete;
+
+    /// Prints a line of the result.
+    void result(const std::string& line);
+
+    /// Tells what the user should know although all is well. The same text is told once only.
+    void note(const std::string& text);
+
+    void error(const std::string& text);
+
+    /// Starts the progress of a task of so many steps; with its last step it disappears.
+    void startProgress(const std::string& task, std::size_t total);
+    void advanceProgress();
+
+    /// Whether all results reached stdout; false for a full disk or a closed pipe.
+    bool flush();
+
+private:
+    void tell(const char* kind, const std::string& text);
+    void drawProgress();
+    void eraseProgress();
+
+    const bool _isTerminal;
+    bool _isDrawn = false;
+    std::set<std::string> _told;
+    std::string _task;
+    std::size_t _done = 0;
+    std::size_t _total = 0;
+    std::chrono::steady_clock::time_point _start;
+};
+
+} // namespace tool
+
+#endif

@@ -1,0 +1,17 @@
+#ifndef TOOL_IO_PLY_H
+#define TOOL_IO_PLY_H
+
+#include <opencv2/core/mat.hpp>
+
+#include <string>
+
+namespace tool {
+
+/// Encodes the trusted points of an image as binary little-endian PLY with colour, row by row.
+/// @param points `CV_32FC3`
+/// @param view the image the points belong to, `CV_8UC1` or `CV_8UC3` (BGR), of the same size
+std::string encodePly(const cv::Mat& points, const cv::Mat& view);
+
+} // namespace tool
+
+#endif

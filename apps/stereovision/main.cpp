@@ -1,0 +1,78 @@
+#include "commands/commands.h"
+#include "console/console.h"
+#include "exit_code.h"
+#include "failure.h"
+
+#include <CLI/CLI.hpp>
+#include <opencv2/core/utils/logger.hpp>
+#include <tarn/log.h>
+
+#include <cstdlib>
+#include <vector>
+
+namespace {
+
+using tool::ExitCode;
+
+/// The tool turns every refusal of the library into a message of its own, so that the library's records
+/// would say everything twice. They come with --verbose, or as the environment variable TARN_LOG asks.
+void setLogLevels(bool isVerbose)
+{
+    cv::utils::logging::setLogLevel(isVerbose ? cv::utils::logging::LOG_LEVEL_WARNING
+                                              : cv::utils::logging::LOG_LEVEL_SILENT);
+    if (!isVerbose && std::getenv("TARN_LOG") != nullptr) {
+        return;
+    }
+    const auto level = isVerbose ? tarn::LogLevel::Verbose : tarn::LogLevel::None;
+    tarn::log::setLevel("vision.stereo", level);
+    tarn::log::setLevel("vision.stereo.calibration", level);
+}
+
+ExitCode runProgram(int argc, char** argv, tool::Console& console)
+{
+    CLI::App program(
+        "Calibrated stereo vision: from pairs of images to rectified images, disparity and depth.",
+        "stereovision");
+    program.set_version_flag("--version", "stereovision " STEREOVISION_VERSION);
+    program.footer("Exit codes: 0 all done, 1 some input failed, 2 wrong usage or nothing could be done.\n\n"
+                   "Example: stereovision calibrate --help");
+    program.require_subcommand(1);
+
+    bool isVerbose = false;
+    const std::vector<tool::Command> commands{tool::addCalibrate(program), tool::addDepth(program)};
+    for (const tool::Command& command : commands) {
+        command.options->add_flag("--verbose", isVerbose, "Tell on stderr what the library does");
+    }
+
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::ParseError& error) {
+        // CLI11 prints its message, or the help that was asked for; its own codes are not ours.
+        return program.exit(error) == 0 ? ExitCode::AllDone : ExitCode::NothingDone;
+    }
+    setLogLevels(isVerbose);
+    for (const tool::Command& command : commands) {
+        if (command.options->parsed()) {
+            return command.run(console);
+        }
+    }
+    return ExitCode::NothingDone;
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    tool::Console console;
+    ExitCode code = ExitCode::NothingDone;
+    try {
+        code = runProgram(argc, argv, console);
+    } catch (const std::exception& error) {
+        console.error(tool::describe(error));
+    }
+    if (!console.flush()) {
+        console.error("cannot write the results to standard output: is the disk full?");
+        code = ExitCode::NothingDone;
+    }
+    return static_cast<int>(code);
+}
