@@ -8,6 +8,7 @@
 #include <tarn/log.h>
 
 #include <cstdlib>
+#include <string>
 #include <vector>
 
 namespace {
@@ -36,7 +37,7 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
     program.set_version_flag("--version", "stereovision " STEREOVISION_VERSION);
     program.footer("Exit codes: 0 all done, 1 some input failed, 2 wrong usage or nothing could be done.\n\n"
                    "Example: stereovision calibrate --help");
-    program.require_subcommand(1);
+    program.require_subcommand(0, 1); // with at least 1, an unknown word would be reported as none
 
     bool isVerbose = false;
     const std::vector<tool::Command> commands{tool::addCalibrate(program), tool::addDepth(program)};
@@ -47,8 +48,11 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
     try {
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
-        // CLI11 prints its message, or the help that was asked for; its own codes are not ours.
-        return program.exit(error) == 0 ? ExitCode::AllDone : ExitCode::NothingDone;
+        if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) {
+            throw tool::Failure(std::string(error.what()) + "; see --help");
+        }
+        program.exit(error); // prints the help or version that was asked for
+        return ExitCode::AllDone;
     }
     setLogLevels(isVerbose);
     for (const tool::Command& command : commands) {
@@ -56,7 +60,7 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
             return command.run(console);
         }
     }
-    return ExitCode::NothingDone;
+    throw tool::Failure("no subcommand given; see --help");
 }
 
 } // namespace
@@ -72,7 +76,7 @@ int main(int argc, char** argv)
     }
     if (!console.flush()) {
         console.error("cannot write the results to standard output: is the disk full?");
-        code = ExitCode::NothingDone;
+        code = code == ExitCode::AllDone ? ExitCode::SomeFailed : code;
     }
     return static_cast<int>(code);
 }

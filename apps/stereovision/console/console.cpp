@@ -40,14 +40,13 @@ void Console::startProgress(const std::string& task, std::size_t total)
     _done = 0;
     _total = total;
     _start = std::chrono::steady_clock::now();
-    drawProgress();
+    showProgress();
 }
 
 void Console::advanceProgress()
 {
-    eraseProgress();
     ++_done;
-    drawProgress();
+    showProgress();
 }
 
 bool Console::flush()
@@ -62,29 +61,35 @@ void Console::tell(const char* kind, const std::string& text)
     drawProgress();
 }
 
+void Console::showProgress()
+{
+    eraseProgress();
+    _progress.clear();
+    if (_isTerminal && _done < _total) {
+        _progress = _task + " " + std::to_string(_done) + "/" + std::to_string(_total);
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - _start;
+        if (_done > 0 && elapsed.count() > 0) {
+            const double rate = static_cast<double>(_done) / elapsed.count();
+            const double secondsLeft = static_cast<double>(_total - _done) / rate;
+            _progress += ", " + formatFixed(rate, 1) + "/s, " + formatFixed(secondsLeft, 0) + " s left";
+        }
+    }
+    drawProgress();
+}
+
 void Console::drawProgress()
 {
-    if (!_isTerminal || _done >= _total) {
-        return;
+    if (!_progress.empty()) {
+        std::fprintf(stderr, "%s", _progress.c_str());
+        std::fflush(stderr);
     }
-    std::string line = _task + " " + std::to_string(_done) + "/" + std::to_string(_total);
-    const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - _start).count();
-    if (_done > 0 && seconds > 0) {
-        const double rate = static_cast<double>(_done) / seconds;
-        const double left = static_cast<double>(_total - _done) / rate;
-        line += ", " + formatFixed(rate, 1) + "/s, " + formatFixed(left, 0) + " s left";
-    }
-    std::fprintf(stderr, "%s", line.c_str());
-    std::fflush(stderr);
-    _isDrawn = true;
 }
 
 void Console::eraseProgress()
 {
-    if (_isDrawn) {
+    if (!_progress.empty()) {
         std::fprintf(stderr, "\r\033[K"); // back to the first column, erase the line
         std::fflush(stderr);
-        _isDrawn = false;
     }
 }
 

@@ -35,12 +35,13 @@ public:
 
 private:
     void tell(const char* kind, const std::string& text);
+    void showProgress(); ///< after it changed
     void drawProgress();
     void eraseProgress();
 
     const bool _isTerminal;
-    bool _isDrawn = false;
     std::set<std::string> _told;
+    std::string _progress; ///< the line that is drawn; empty for none
     std::string _task;
     std::size_t _done = 0;
     std::size_t _total = 0;

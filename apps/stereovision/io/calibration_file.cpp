@@ -15,6 +15,8 @@ namespace {
 
 using vision::Calibration;
 
+constexpr const char* remedy = "; make a new one with 'stereovision calibrate'";
+
 /// OpenCV cuts a file name at this sign.
 constexpr char cuttingSign = '?';
 
@@ -63,18 +65,19 @@ void requireComplete(const std::string& file, const Calibration& calibration)
 {
     const auto require = [&file](bool holds, const char* wanted) {
         if (!holds) {
-            throw Failure(file + ": is no usable calibration: " + wanted +
-                          "; make a new one with 'stereovision calibrate'");
+            throw Failure(file + ": is no usable calibration: " + wanted + remedy);
         }
     };
     constexpr int widest = 1 << 16;
     const auto isLength = [](int length) { return 0 < length && length <= widest; };
     require(isLength(calibration.width) && isLength(calibration.height),
             "width and height must be the size of an image");
-    require(isFloats(calibration.cameraMatrix, 3, 3), "cameraMatrix must be 3 x 3, 32-bit float");
-    require(isFloats(calibration.projectionMatrix, 3, 4), "projectionMatrix must be 3 x 4, 32-bit float");
-    require(isRotation(calibration.rectificationMatrix), "rectificationMatrix must be 3 x 3, float");
-    require(isDistortion(calibration.distortion), "distortion must be a list of 4, 5, 8, 12 or 14 floats");
+    require(isFloats(calibration.cameraMatrix, 3, 3), "cameraMatrix must be 3 x 3, finite 32-bit floats");
+    require(isFloats(calibration.projectionMatrix, 3, 4),
+            "projectionMatrix must be 3 x 4, finite 32-bit floats");
+    require(isRotation(calibration.rectificationMatrix), "rectificationMatrix must be 3 x 3, finite floats");
+    require(isDistortion(calibration.distortion),
+            "distortion must be a list of 4, 5, 8, 12 or 14 finite floats");
     for (const cv::Mat* matrix : {&calibration.cameraMatrix, &calibration.projectionMatrix}) {
         require(matrix->at<float>(0, 0) > 0 && matrix->at<float>(1, 1) > 0, "focal lengths must be positive");
     }
@@ -87,7 +90,7 @@ Calibration loadComplete(const std::string& file)
     try {
         calibration.load(file);
     } catch (const std::exception& error) {
-        throw Failure(file + ": is no calibration file, or a broken one: " + describe(error));
+        throw Failure(file + ": is no calibration file, or a broken one: " + describe(error) + remedy);
     }
     requireComplete(file, calibration);
     return calibration;
