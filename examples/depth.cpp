@@ -9,8 +9,8 @@ int main(int, char** argv) // left.yml right.yml left.png right.png
     right.load(argv[2]);
     vision::Stereo stereo;
     stereo.setCalibrations(left, right);
-    auto [l, r] = stereo.rectifyImages(cv::imread(argv[3], cv::IMREAD_GRAYSCALE),
-                                       cv::imread(argv[4], cv::IMREAD_GRAYSCALE));
+    stereo.setDisparityNumber(160); // as many as the nearest thing has
+    auto [l, r] = stereo.rectifyImages(cv::imread(argv[3], 0), cv::imread(argv[4], 0)); // 0: read as grey
     cv::Mat points = stereo.computeDepth(stereo.computeDisparity(l, r));
     std::cout << "centre: " << points.at<cv::Vec3f>(points.rows / 2, points.cols / 2) << " m\n";
 }
