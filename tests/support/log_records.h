@@ -8,85 +8,57 @@
 
 #include <optional>
 #include <string>
-#include <tuple>
-#include <typeindex>
+#include <typeinfo>
 #include <utility>
 #include <vector>
 
 namespace support {
 
-/// One record as the sink received it. The library always gives an empty file and line 0.
-struct LogEntry
-{
-    tarn::LogLevel level;
-    std::string category;
-    std::string function;
-    std::string message;
-    std::string file = {};
-    int line = 0;
-};
+/// Records in the form "LEVEL CATEGORY FUNCTION FILE:LINE TEXT".
+using LogEntries = std::vector<std::string>;
 
-inline bool operator==(const LogEntry& a, const LogEntry& b)
+/// The library gives every record an empty file and line 0.
+inline std::string logEntry(tarn::LogLevel level, const std::string& category, const std::string& function,
+                            const std::string& text, const std::string& file = "", int line = 0)
 {
-    const auto fields = [](const LogEntry& entry) {
-        return std::tie(entry.level, entry.category, entry.function, entry.message, entry.file, entry.line);
-    };
-    return fields(a) == fields(b);
+    return std::to_string(static_cast<int>(level)) + ' ' + category + ' ' + function + ' ' + file + ':' +
+           std::to_string(line) + ' ' + text;
 }
 
-inline std::ostream& operator<<(std::ostream& out, const LogEntry& entry)
+inline std::string stereoError(const std::string& function, const std::string& text)
 {
-    return out << static_cast<int>(entry.level) << ' ' << entry.category << ' ' << entry.function << ": "
-               << entry.message << " (" << entry.file << ':' << entry.line << ')';
+    return logEntry(tarn::LogLevel::Error, "vision.stereo", function, text);
 }
 
-using LogEntries = std::vector<LogEntry>;
-
-inline LogEntry stereoError(const std::string& function, const std::string& message)
+inline std::string stereoVerbose(const std::string& function, const std::string& text)
 {
-    return {tarn::LogLevel::Error, "vision.stereo", function, message};
+    return logEntry(tarn::LogLevel::Verbose, "vision.stereo", function, text);
 }
 
-inline LogEntry stereoVerbose(const std::string& function, const std::string& message)
+inline std::string calibrationError(const std::string& function, const std::string& text)
 {
-    return {tarn::LogLevel::Verbose, "vision.stereo", function, message};
+    return logEntry(tarn::LogLevel::Error, "vision.stereo.calibration", function, text);
 }
 
-inline LogEntry calibrationEntry(tarn::LogLevel level, const std::string& function,
-                                 const std::string& message)
-{
-    return {level, "vision.stereo.calibration", function, message};
-}
-
-/// Collects the library's records up to a level while it lives.
+/// Collects the records of the library, up to a level, while it lives.
 class RecordedLog
 {
 public:
     explicit RecordedLog(tarn::LogLevel level = tarn::LogLevel::Verbose)
     {
-        setLevels(level);
-        tarn::log::setSink([this](const tarn::log::Record& record) {
-            _entries.push_back(
-                {record.level, record.category, record.function, record.message, record.file, record.line});
+        tarn::log::setLevel("vision.stereo", level);
+        tarn::log::setLevel("vision.stereo.calibration", level);
+        tarn::log::setSink([this](const tarn::log::Record& r) {
+            _entries.push_back(logEntry(r.level, r.category, r.function, r.message, r.file, r.line));
         });
     }
     RecordedLog(const RecordedLog&) = delete;
     RecordedLog& operator=(const RecordedLog&) = delete;
-    ~RecordedLog()
-    {
-        tarn::log::setSink({});
-        setLevels(tarn::LogLevel::Error);
-    }
+    ~RecordedLog() { tarn::log::setSink({}); }
 
     LogEntries take() { return std::exchange(_entries, {}); }
 
 private:
-    static void setLevels(tarn::LogLevel level)
-    {
-        tarn::log::setLevel("vision.stereo", level);
-        tarn::log::setLevel("vision.stereo.calibration", level);
-    }
-
     LogEntries _entries;
 };
 
@@ -97,7 +69,7 @@ std::string textThrownBy(const Call& call)
     try {
         call();
     } catch (const std::exception& error) {
-        EXPECT_EQ(std::type_index(typeid(error)).name(), std::type_index(typeid(Exception)).name());
+        EXPECT_EQ(typeid(error), typeid(Exception)) << error.what();
         return error.what();
     }
     ADD_FAILURE() << "nothing was thrown";
@@ -108,7 +80,7 @@ std::string textThrownBy(const Call& call)
 constexpr std::nullopt_t anyText = std::nullopt;
 
 /// Expects the exception both with silenced categories and, together with the records, at error level.
-/// The call must be repeatable: a refused call leaves things as they were.
+/// So the call is made twice: a refused call must leave things as they were.
 template <typename Exception, typename Call>
 void expectRefusal(const Call& call, const std::optional<std::string>& thrownText, const LogEntries& entries)
 {

@@ -11,26 +11,25 @@
 namespace support {
 
 /// Whether size, type and every bit agree. All NaNs count as one value: nobody defines their payload.
-inline ::testing::AssertionResult isBitEqual(const cv::Mat& actual, const cv::Mat& expected)
+inline ::testing::AssertionResult areBitEqual(const cv::Mat& a, const cv::Mat& b)
 {
-    if (actual.size != expected.size || actual.type() != expected.type()) {
+    if (a.size != b.size || a.type() != b.type()) {
         return ::testing::AssertionFailure()
-               << actual.size() << " of type " << actual.type() << " instead of " << expected.size()
-               << " of type " << expected.type();
+               << a.size << " type " << a.type() << " against " << b.size << " type " << b.type();
     }
     const auto flatten = [](const cv::Mat& matrix) {
-        cv::Mat flat = matrix.empty() ? matrix : matrix.clone().reshape(1, 1);
-        if (!flat.empty() && flat.depth() >= CV_32F) {
+        cv::Mat flat = matrix.clone().reshape(1, 1);
+        if (flat.depth() >= CV_32F) {
             flat.setTo(std::numeric_limits<double>::quiet_NaN(), flat != flat);
         }
         return flat;
     };
-    const cv::Mat a = flatten(actual);
-    const cv::Mat b = flatten(expected);
-    for (int i = 0; i < a.cols; ++i) {
-        if (std::memcmp(a.ptr(0, i), b.ptr(0, i), a.elemSize()) != 0) {
+    const cv::Mat first = a.empty() ? a : flatten(a);
+    const cv::Mat second = b.empty() ? b : flatten(b);
+    for (int i = 0; i < first.cols; ++i) {
+        if (std::memcmp(first.ptr(0, i), second.ptr(0, i), first.elemSize()) != 0) {
             return ::testing::AssertionFailure()
-                   << "element " << i << " is " << a.col(i) << " instead of " << b.col(i);
+                   << "value " << i << ": " << first.col(i) << " against " << second.col(i);
         }
     }
     return ::testing::AssertionSuccess();

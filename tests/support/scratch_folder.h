@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <system_error>
 
 namespace support {
 
@@ -12,28 +11,20 @@ namespace support {
 class ScratchFolder
 {
 public:
-    ScratchFolder()
+    ScratchFolder() : _path((std::filesystem::temp_directory_path() / "stereovision-test-XXXXXX").string())
     {
-        std::string name = (std::filesystem::temp_directory_path() / "stereovision-test-XXXXXX").string();
-        if (!mkdtemp(name.data())) {
-            throw std::system_error(errno, std::generic_category(), name);
+        if (!mkdtemp(_path.data())) {
+            throw std::filesystem::filesystem_error(_path, std::error_code(errno, std::generic_category()));
         }
-        _path = name;
     }
     ScratchFolder(const ScratchFolder&) = delete;
     ScratchFolder& operator=(const ScratchFolder&) = delete;
-    ~ScratchFolder()
-    {
-        std::error_code ignored;
-        std::filesystem::remove_all(_path, ignored);
-    }
+    ~ScratchFolder() { std::filesystem::remove_all(_path); }
 
-    std::string file(const std::string& name) const { return (_path / name).string(); }
-
-    bool isEmpty() const { return std::filesystem::is_empty(_path); }
+    const std::string& path() const { return _path; }
 
 private:
-    std::filesystem::path _path;
+    std::string _path;
 };
 
 } // namespace support
