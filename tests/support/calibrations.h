@@ -39,8 +39,8 @@ inline vision::Calibration makeCalibration(int width, int height, float side)
     calibration.distortion = (cv::Mat_<float>(1, 5) << -0.08f + 0.01f * side, 0.03f, 0.001f, -0.0007f, 0.01f);
     cv::Rodrigues(cv::Matx31f(0.01f - 0.015f * side, -0.02f, 0.005f), calibration.rectificationMatrix);
     calibration.projectionMatrix =
-        (cv::Mat_<float>(3, 4) << f, 0, (310 - 8 * side) * unit, -f * baseline * side, //
-         0, 505 * unit, 240 * unit, 0,                                                 //
+        (cv::Mat_<float>(3, 4) << f, 0, (310 - 8 * side) * unit, 0 - f * baseline * side, //
+         0, 505 * unit, 240 * unit, 0,                                                    //
          0, 0, 1, 0);
     return calibration;
 }
