@@ -21,13 +21,19 @@ struct Plane
     }
 };
 
-/// Smooth noise: neighbouring texels resemble each other, so that matching finds fractions of a pixel.
+/// Smooth noise, so that matching finds fractions of a pixel, coarse and fine, for pictures of any size.
 inline cv::Mat makeTexture()
 {
-    cv::Mat texture(1024, 1024, CV_8UC1);
-    cv::RNG(7).fill(texture, cv::RNG::UNIFORM, 0, 256);
-    cv::GaussianBlur(texture, texture, cv::Size(), 1.2, 1.2, cv::BORDER_WRAP);
-    cv::normalize(texture, texture, 0, 255, cv::NORM_MINMAX);
+    constexpr int edge = 1024;
+    cv::Mat texture(edge, edge, CV_32FC1, cv::Scalar(0));
+    cv::RNG random(7);
+    for (const int grain : {2, 4, 8}) {
+        cv::Mat noise(edge / grain, edge / grain, CV_32FC1);
+        random.fill(noise, cv::RNG::UNIFORM, 0, 1);
+        cv::resize(noise, noise, texture.size(), 0, 0, cv::INTER_CUBIC);
+        texture += noise;
+    }
+    cv::normalize(texture, texture, 0, 255, cv::NORM_MINMAX, CV_8U);
     return texture;
 }
 
