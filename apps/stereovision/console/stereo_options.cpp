@@ -65,9 +65,10 @@ void setCalibrations(Stereo& stereo, const CalibrationPair& calibrations, const 
         }
         stereo.setCalibrations(calibrations.first, calibrations.second);
     } catch (const std::range_error&) {
+        const std::string given = maxDepth.empty() ? formatFixed(stereo.getMaxDepth(), 0) + "m" : maxDepth;
         throw Failure(
-            std::string(maxDepthOption) + " " + formatFixed(stereo.getMaxDepth(), 3) +
-            " m: points at this distance are outside the image for these calibrations; choose a larger one");
+            std::string(maxDepthOption) + " " + given +
+            ": points at this distance are outside the image for these calibrations; choose a larger one");
     }
 }
 
