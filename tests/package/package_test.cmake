@@ -1,0 +1,90 @@
+# Usage: cmake -DCASE=... -DSOURCE_DIR=... -DBUILD_DIR=... -DWORK_DIR=... -DLIBRARY=... -DCXX=... -DFLAGS=... -P
+# Checks what users of the installed library get. CASE: bundled, host1, host2 (variants of the fake host), symbols.
+cmake_minimum_required(VERSION 3.22)
+
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+    if(NOT result EQUAL 0)
+        message(FATAL_ERROR "${ARGN} failed (${result}):\n${output}")
+    endif()
+endfunction()
+
+# Moves the installed tree, so that nothing in it may depend on where it was made.
+function(install_and_move build_dir)
+    run(${CMAKE_COMMAND} --install ${build_dir} --prefix ${WORK_DIR}/made)
+    file(RENAME ${WORK_DIR}/made ${WORK_DIR}/moved)
+endfunction()
+
+function(build_consumer)
+    run(${CMAKE_COMMAND} -S ${CMAKE_CURRENT_LIST_DIR}/consumer -B ${WORK_DIR}/consumer
+        -DCMAKE_PREFIX_PATH=${WORK_DIR}/moved ${ARGN}
+        -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${FLAGS}")
+    run(${CMAKE_COMMAND} --build ${WORK_DIR}/consumer)
+endfunction()
+
+# Runs the consumer and compares what it writes; the log must match the pattern.
+function(expect_consumer log_pattern)
+    execute_process(COMMAND ${WORK_DIR}/consumer/consumer
+        RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE log)
+    if(NOT result EQUAL 0 OR NOT output STREQUAL "Invalid window size.\n[32 x 24]\n")
+        message(SEND_ERROR "The consumer ended with ${result} and wrote:\n${output}")
+    endif()
+    if(NOT log MATCHES "${log_pattern}")
+        message(SEND_ERROR "The log does not match ${log_pattern}:\n${log}")
+    endif()
+endfunction()
+
+function(test_bundled)
+    install_and_move(${BUILD_DIR})
+    build_consumer()
+    expect_consumer("^[-0-9]+ [0-9:.]+ error vision.stereo setWindowSize: Invalid window size .4.[.]\n$")
+endfunction()
+
+function(test_host variant)
+    set(host -Dtarn_DIR=${CMAKE_CURRENT_LIST_DIR}/fake-tarn)
+    run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/library -DSTEREOVISION_TARN_LOG=host
+        ${host} -DBUILD_TESTING=OFF -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=
+        -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${FLAGS} -DFAKE_TARN_VARIANT=${variant}")
+    run(${CMAKE_COMMAND} --build ${WORK_DIR}/library --parallel 2)
+    install_and_move(${WORK_DIR}/library)
+
+    file(GLOB_RECURSE unwanted RELATIVE ${WORK_DIR}/moved ${WORK_DIR}/moved/*)
+    list(FILTER unwanted INCLUDE REGEX "tarn|^bin/")
+    if(unwanted)
+        message(SEND_ERROR "Installed beside a host's own log service: ${unwanted}")
+    endif()
+    build_consumer(${host})
+    set(records "2 vision.stereo setWindowSize :0 Invalid window size .4.[.]\n.*5 vision.stereo computeDepth :0 Reproject")
+    expect_consumer("${records}")
+    set(ENV{FAKE_TARN} throw)
+    expect_consumer("${records}")
+    set(ENV{FAKE_TARN} null)
+    expect_consumer("^$")
+endfunction()
+
+function(test_symbols)
+    execute_process(COMMAND nm -DC --defined-only ${LIBRARY} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX MATCHALL "[^\n]+" symbols "${symbols}")
+    list(FILTER symbols EXCLUDE REGEX " [A-Z] ((typeinfo|typeinfo name|vtable) for )?vision::")
+    # Weak ones come with the headers of others; the linker makes the three names.
+    list(FILTER symbols EXCLUDE REGEX " [WVuwv] | (__bss_start|_edata|_end)$")
+    if(symbols)
+        message(SEND_ERROR "Exported without being public: ${symbols}")
+    endif()
+    execute_process(COMMAND readelf -d ${LIBRARY} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
+    string(REGEX MATCHALL "NEEDED[^\n]+" needed "${dynamic}")
+    list(FILTER needed EXCLUDE REGEX
+        "\\[lib(opencv_(core|imgproc|calib3d)|tarn_log|stdc\\+\\+|m|gcc_s|c|asan|ubsan|tsan)[.]so")
+    if(needed)
+        message(SEND_ERROR "Needed at run time: ${needed}")
+    endif()
+endfunction()
+
+file(REMOVE_RECURSE ${WORK_DIR})
+file(MAKE_DIRECTORY ${WORK_DIR})
+if(CASE MATCHES "^host(.)$")
+    test_host(${CMAKE_MATCH_1})
+else()
+    cmake_language(CALL test_${CASE})
+endif()
+file(REMOVE_RECURSE ${WORK_DIR})
