@@ -29,13 +29,34 @@ double findSmallestSpacing(const Corners& corners, const cv::Size& board)
     return smallest;
 }
 
+/// Finds the corners to a few pixels. The search is made for images of moderate size: in larger ones it is slow
+/// and misses boards, so it gets a smaller copy first.
+Corners searchBoard(const cv::Mat& grey, const cv::Size& board)
+{
+    constexpr double moderate = 1280; // px
+    Corners corners;
+    const double factor = moderate / std::max(grey.cols, grey.rows);
+    if (factor < 1) {
+        cv::Mat small;
+        cv::resize(grey, small, {}, factor, factor, cv::INTER_AREA);
+        if (cv::findChessboardCorners(small, board, corners)) {
+            for (cv::Point2f& corner : corners) {
+                const cv::Point2d inGrey = (cv::Point2d(corner) + cv::Point2d(0.5, 0.5)) / factor;
+                corner = inGrey - cv::Point2d(0.5, 0.5); // whole numbers are the centres of pixels
+            }
+            return corners;
+        }
+    }
+    return cv::findChessboardCorners(grey, board, corners) ? corners : Corners();
+}
+
 } // namespace
 
 Corners findBoard(const cv::Mat& grey, const cv::Size& board)
 {
-    Corners corners;
-    if (!cv::findChessboardCorners(grey, board, corners)) {
-        return {};
+    Corners corners = searchBoard(grey, board);
+    if (corners.empty()) {
+        return corners;
     }
     // A window that reaches the next corner spoils the refinement, one much smaller sees too few pixels.
     const int half = std::max(2, cvRound(findSmallestSpacing(corners, board) / 3));

@@ -104,17 +104,17 @@ void report(const PairCalibration& calibration, const RowError& rows, Console& c
                    " px worst");
 }
 
-void judge(const PairCalibration& calibration, Console& console)
+void judge(const PairCalibration& calibration, const RowError& rows, Console& console)
 {
     constexpr std::size_t goodNumber = 10;
-    constexpr double goodRms = 1.0; // px
+    constexpr double good = 1.0; // px
     if (calibration.used.size() < goodNumber) {
         console.note(
             "few pairs: 10 or more, with the board tilted and in all parts of the image, are more reliable");
     }
-    if (calibration.rmsStereo > goodRms) {
+    if (calibration.rmsStereo > good || rows.rms > good) {
         console.note(
-            "the rms is high: is the board flat, are the images sharp and taken at the same moment?");
+            "the errors are high: is the board flat, are the images sharp and taken at the same moment?");
     }
 }
 
@@ -144,8 +144,9 @@ ExitCode runCalibrate(const CalibrateOptions& options, Console& console)
     console.result("pairs used: " + std::to_string(calibration.used.size()) + " of " +
                    std::to_string(pairs.size()));
     console.result("pairs skipped: " + std::to_string(boards.skipped));
-    report(calibration, measureRowError(calibration, boards.views), console);
-    judge(calibration, console);
+    const RowError rows = measureRowError(calibration, boards.views);
+    report(calibration, rows, console);
+    judge(calibration, rows, console);
     for (const auto& file : files) {
         console.result("wrote " + file.string());
     }
