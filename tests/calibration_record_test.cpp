@@ -4,9 +4,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
 
-using support::matrixFields;
+using namespace support;
 using vision::Calibration;
 
 namespace {
@@ -32,38 +31,29 @@ TEST(CalibrationRecord, IsEmptyByDefaultAndEqualsAnotherEmptyOne)
 
 TEST(CalibrationRecord, CopiesAreEqualAndShareNoData)
 {
-    const auto source = support::makeCalibration(640, 480, 0);
-    const auto reference = support::makeCalibration(640, 480, 0);
-    Calibration constructed(source);
-    Calibration assigned = support::makeCalibration(64, 48, 1);
-    EXPECT_EQ(&(assigned = source), &assigned);
-    for (Calibration* const copy : {&constructed, &assigned}) {
-        EXPECT_TRUE(*copy == source);
-        for (const auto field : matrixFields) {
-            (copy->*field).setTo(-1);
-        }
-        EXPECT_TRUE(source == reference);
-    }
-    assigned = Calibration();
-    EXPECT_TRUE(assigned == Calibration());
-}
-
-TEST(CalibrationRecord, AssignmentLeavesBuffersThatOthersShareAlone)
-{
+    const auto reference = makeCalibration(640, 480, 0);
     for (const auto field : matrixFields) {
-        auto target = support::makeCalibration(640, 480, 0);
-        const cv::Mat outside = target.*field;
-        target = support::makeCalibration(640, 480, 1);
-        EXPECT_TRUE(support::areBitEqual(outside, support::makeCalibration(640, 480, 0).*field));
-        const Calibration& itself = target;
-        target = itself;
-        EXPECT_TRUE(target == support::makeCalibration(640, 480, 1));
+        const auto source = makeCalibration(640, 480, 0);
+        Calibration constructed(source);
+        Calibration assigned = makeCalibration(320, 240, 1);
+        const cv::Mat sharedBefore = assigned.*field;
+        EXPECT_EQ(&(assigned = source), &assigned);
+        EXPECT_TRUE(areBitEqual(sharedBefore, makeCalibration(320, 240, 1).*field));
+        const Calibration& itself = assigned;
+        assigned = itself;
+        for (Calibration* const copy : {&constructed, &assigned}) {
+            EXPECT_TRUE(*copy == source);
+            (copy->*field).setTo(-1);
+            EXPECT_TRUE(source == reference);
+        }
+        assigned = Calibration();
+        EXPECT_TRUE(assigned == Calibration());
     }
 }
 
 TEST(CalibrationRecord, DiffersWhenOneValueDiffersAndLooksNoFurther)
 {
-    const auto reference = support::makeCalibration(640, 480, 0);
+    const auto reference = makeCalibration(640, 480, 0);
     for (const auto size : {&Calibration::width, &Calibration::height}) {
         Calibration other(reference);
         ++(other.*size);
@@ -84,17 +74,17 @@ TEST(CalibrationRecord, DiffersWhenOneValueDiffersAndLooksNoFurther)
 
 TEST(CalibrationRecord, ComparesNanAsDifferentAndTheZerosAsEqual)
 {
-    auto calibration = support::makeCalibration(640, 480, 0);
+    auto calibration = makeCalibration(640, 480, 0);
     Calibration copy(calibration);
     copy.cameraMatrix.at<float>(0, 1) = -0.0f;
     EXPECT_TRUE(copy == calibration);
-    calibration.distortion.at<float>(0, 2) = std::numeric_limits<float>::quiet_NaN();
+    calibration.distortion.at<float>(0, 2) = std::nanf("");
     expectDifferent(calibration, Calibration(calibration));
 }
 
 TEST(CalibrationRecord, LeavesMatricesThatCannotBeComparedToOpenCv)
 {
-    const auto reference = support::makeCalibration(640, 480, 0);
+    const auto reference = makeCalibration(640, 480, 0);
     const cv::Mat unlike[] = {cv::Mat(), cv::Mat::zeros(5, 7, CV_32FC1), cv::Mat::zeros(3, 3, CV_64FC1)};
     for (const auto field : matrixFields) {
         for (const cv::Mat& matrix : unlike) {
@@ -103,9 +93,6 @@ TEST(CalibrationRecord, LeavesMatricesThatCannotBeComparedToOpenCv)
             EXPECT_THROW((void)(other == reference), cv::Exception);
             EXPECT_THROW((void)(reference != other), cv::Exception);
         }
-        Calibration multichannel(reference);
-        multichannel.*field = cv::Mat::zeros(3, 3, CV_32FC2);
-        EXPECT_THROW((void)(multichannel == multichannel), cv::Exception);
     }
 }
 

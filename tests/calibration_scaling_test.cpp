@@ -5,6 +5,7 @@
 
 #include <numeric>
 
+using namespace support;
 using vision::Calibration;
 
 namespace {
@@ -19,7 +20,7 @@ cv::Mat countFrom(float first, int rows, int cols)
 /// All entries differ and none is 0, so that each one that is scaled wrongly or not at all shows.
 Calibration makeCountingCalibration()
 {
-    Calibration calibration = support::makeCalibration(640, 480, 0);
+    Calibration calibration = makeCalibration(640, 480, 0);
     calibration.cameraMatrix = countFrom(1.7f, 3, 3);
     calibration.projectionMatrix = countFrom(30.9f, 3, 4);
     return calibration;
@@ -32,8 +33,8 @@ TEST_P(CalibrationScaling, MultipliesJustTheEntriesInPixels)
 {
     const Calibration source = makeCountingCalibration();
     Calibration scaled = source.scaleTo(GetParam().width, GetParam().height);
-    EXPECT_TRUE(scaled == support::oracle::scaled(source, GetParam()));
-    for (const auto field : support::matrixFields) {
+    EXPECT_TRUE(scaled == oracle::scaled(source, GetParam()));
+    for (const auto field : matrixFields) {
         (scaled.*field).setTo(0);
     }
     EXPECT_TRUE(source == makeCountingCalibration()) << "the source changed";
@@ -53,9 +54,9 @@ TEST(CalibrationScalingLaw, UpAndDownByPowersOfTwoIsTheIdentity)
 TEST_P(RefusedCalibrationScaling, IsLoggedAndThrown)
 {
     const std::string text = "Invalid aspect ratio for new calibration";
-    support::expectRefusal<std::invalid_argument>(
-        [] { (void)makeCountingCalibration().scaleTo(GetParam().width, GetParam().height); }, text,
-        {support::calibrationError("scaleTo", text)});
+    const Calibration source = makeCountingCalibration();
+    expectRefusal<std::invalid_argument>([&] { (void)source.scaleTo(GetParam().width, GetParam().height); },
+                                         text, {calibrationError("scaleTo", text)});
 }
 
 INSTANTIATE_TEST_SUITE_P(OtherRatio, RefusedCalibrationScaling,
@@ -65,19 +66,16 @@ INSTANTIATE_TEST_SUITE_P(OtherRatio, RefusedCalibrationScaling,
 TEST(UnusableCalibration, IsRefusedByAnOpenCvExceptionWithoutARecord)
 {
     const auto expectRefused = [](const Calibration& calibration) {
-        support::expectRefusal<cv::Exception>([&] { (void)calibration.scaleTo(320, 240); }, support::anyText,
-                                              {});
+        expectRefusal<cv::Exception>([&] { (void)calibration.scaleTo(320, 240); }, anyText, {});
     };
     expectRefused(Calibration());
-    const int cube[] = {3, 4, 4};
     for (const auto field : {&Calibration::cameraMatrix, &Calibration::projectionMatrix}) {
         const int columns = field == &Calibration::cameraMatrix ? 3 : 4;
         Calibration calibration = makeCountingCalibration();
-        calibration.*field = cv::Mat::ones(2, columns, CV_32FC1);
+        const cv::Mat least = calibration.*field = countFrom(1, 2, columns);
         EXPECT_NO_THROW((void)calibration.scaleTo(320, 240));
-        const cv::Mat unusable[] = {cv::Mat(), cv::Mat::ones(1, columns, CV_32FC1),
-                                    cv::Mat::ones(2, columns - 1, CV_32FC1),
-                                    cv::Mat::ones(3, columns, CV_64FC1), cv::Mat(3, cube, CV_32FC1)};
+        const cv::Mat unusable[] = {cv::Mat(), least.row(0), least.colRange(1, columns),
+                                    cv::Mat_<double>(least)};
         for (const cv::Mat& matrix : unusable) {
             calibration.*field = matrix;
             expectRefused(calibration);

@@ -43,17 +43,9 @@ Corners findCorners(const cv::Mat& image)
     return corners;
 }
 
-vision::Calibration toCalibration(cv::Size size, const cv::Mat& camera, const cv::Mat& distortion,
-                                  const cv::Mat& rectification, const cv::Mat& projection)
+cv::Mat toFloat(const cv::Mat& matrix)
 {
-    vision::Calibration calibration;
-    calibration.width = size.width;
-    calibration.height = size.height;
-    camera.convertTo(calibration.cameraMatrix, CV_32F);
-    distortion.convertTo(calibration.distortion, CV_32F);
-    rectification.convertTo(calibration.rectificationMatrix, CV_32F);
-    projection.convertTo(calibration.projectionMatrix, CV_32F);
-    return calibration;
+    return cv::Mat_<float>(matrix);
 }
 
 void calibrate(const std::vector<std::string>& views, vision::Stereo& stereo)
@@ -77,8 +69,18 @@ void calibrate(const std::vector<std::string>& views, vision::Stereo& stereo)
     cv::stereoCalibrate(object, left, right, kLeft, dLeft, kRight, dRight, size, r, t, {}, {});
     cv::stereoRectify(kLeft, dLeft, kRight, dRight, size, r, t, rLeft, rRight, pLeft, pRight, q,
                       cv::CALIB_ZERO_DISPARITY, 0);
-    stereo.setCalibrations(toCalibration(size, kLeft, dLeft, rLeft, pLeft),
-                           toCalibration(size, kRight, dRight, rRight, pRight));
+    vision::Calibration leftCamera, rightCamera;
+    leftCamera.width = rightCamera.width = size.width;
+    leftCamera.height = rightCamera.height = size.height;
+    leftCamera.cameraMatrix = toFloat(kLeft);
+    leftCamera.distortion = toFloat(dLeft);
+    leftCamera.rectificationMatrix = toFloat(rLeft);
+    leftCamera.projectionMatrix = toFloat(pLeft);
+    rightCamera.cameraMatrix = toFloat(kRight);
+    rightCamera.distortion = toFloat(dRight);
+    rightCamera.rectificationMatrix = toFloat(rRight);
+    rightCamera.projectionMatrix = toFloat(pRight);
+    stereo.setCalibrations(leftCamera, rightCamera);
 }
 
 using RealChessboard = testing::TestWithParam<vision::Stereo::StereoAlgorithm>;

@@ -6,12 +6,9 @@
 #include <cfloat>
 #include <cmath>
 
-using support::areBitEqual;
+using namespace support;
 
 namespace {
-
-constexpr float infinity = std::numeric_limits<float>::infinity();
-constexpr float nan = std::numeric_limits<float>::quiet_NaN();
 
 /// Z = 128 / (disparity - shift), with nothing lost to rounding in the reprojection matrix.
 struct DepthCase
@@ -24,9 +21,9 @@ struct DepthCase
     float translation = -128; ///< -focal length * baseline
 };
 
-support::CalibrationPair makeCalibrations(const DepthCase& row)
+CalibrationPair makeExactCalibrations(const DepthCase& row)
 {
-    auto pair = support::makeCalibrations(row.calibrationSize.width, row.calibrationSize.height);
+    auto pair = makeCalibrations(row.calibrationSize.width, row.calibrationSize.height);
     for (vision::Calibration* const calibration : {&pair.left, &pair.right}) {
         calibration->projectionMatrix.at<float>(0, 0) = 512;
         calibration->projectionMatrix.at<float>(0, 2) = calibration == &pair.left ? 32 + row.shift : 32;
@@ -37,8 +34,8 @@ support::CalibrationPair makeCalibrations(const DepthCase& row)
 
 cv::Mat computeDepth(const DepthCase& row, const cv::Mat& disparity)
 {
-    support::OpenStereo stereo;
-    const auto pair = makeCalibrations(row);
+    OpenStereo stereo;
+    const auto pair = makeExactCalibrations(row);
     stereo.setMaxDepth(FLT_MAX); // derives a minimum disparity that any width takes
     stereo.setCalibrations(pair.left, pair.right);
     stereo.setMaxDepth(row.maxDepth);
@@ -56,14 +53,14 @@ cv::Mat makeDisparity(const DepthCase& row)
     if (disparity.rows > 1) {
         random.fill(disparity.rowRange(0, disparity.rows / 2), cv::RNG::UNIFORM, -20, 120);
     }
-    std::vector<float> specials{nan,           infinity, -infinity, 0,        -0.0f, FLT_TRUE_MIN,
+    std::vector<float> specials{NAN,           INFINITY, -INFINITY, 0,        -0.0f, FLT_TRUE_MIN,
                                 -FLT_TRUE_MIN, FLT_MIN,  FLT_MAX,   -FLT_MAX, 1e30f, -1e30f};
     const int scale = row.calibrationSize.width / row.imageSize.width;
     const float shift = row.shift / static_cast<float>(scale);
     const float atMaxDepth = shift + 128 / static_cast<float>(scale) / row.maxDepth;
     for (const float edge : {shift, atMaxDepth, static_cast<float>(row.minDisparity / scale - 2)}) {
         specials.insert(specials.end(),
-                        {std::nextafter(edge, -infinity), edge, std::nextafter(edge, infinity)});
+                        {std::nextafter(edge, -INFINITY), edge, std::nextafter(edge, INFINITY)});
     }
     const auto count = std::min(specials.size(), disparity.total());
     std::copy_n(specials.begin(), count, disparity.begin<float>());
@@ -76,8 +73,8 @@ const DepthCase depthCases[] = {
     {{128, 96}, {64, 48}, 0, FLT_MAX, -3},
     {{128, 96}, {128, 96}, 0, FLT_MAX, -128},
     {{128, 96}, {40, 30}, -8, 4, -17},
-    {{128, 96}, {32, 24}, 0, infinity, 1},
-    {{128, 96}, {128, 96}, 8, nan, -20},
+    {{128, 96}, {32, 24}, 0, INFINITY, 1},
+    {{128, 96}, {128, 96}, 8, NAN, -20},
     {{128, 96}, {128, 96}, 8, FLT_TRUE_MIN, 0},
     {{128, 96}, {128, 96}, 8, 4, -20, 128},
     {{128, 96}, {128, 96}, 8, 4, 12, 0},
@@ -86,17 +83,15 @@ const DepthCase depthCases[] = {
     {{1, 64}, {1, 64}, 0, 100, 0},
 };
 
-class StereoDepth : public testing::TestWithParam<DepthCase>
-{
-};
+using StereoDepth = testing::TestWithParam<DepthCase>;
 
 TEST_P(StereoDepth, EqualsTheDirectOpenCvCallsForEveryValue)
 {
     const DepthCase& row = GetParam();
     const cv::Mat disparity = makeDisparity(row);
     const cv::Mat expected =
-        support::oracle::depth(disparity, support::oracle::reprojection(makeCalibrations(row), row.imageSize),
-                               row.maxDepth, row.minDisparity, row.calibrationSize.width);
+        oracle::depth(disparity, oracle::reprojection(makeExactCalibrations(row), row.imageSize),
+                      row.maxDepth, row.minDisparity, row.calibrationSize.width);
     EXPECT_TRUE(areBitEqual(computeDepth(row, disparity), expected));
 
     cv::Mat wider(disparity.rows, disparity.cols + 3, CV_32FC1, cv::Scalar(50));

@@ -7,38 +7,38 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <string>
+#include <sstream>
 #include <typeinfo>
 #include <utility>
 #include <vector>
 
 namespace support {
 
-/// Records in the form "LEVEL CATEGORY FUNCTION FILE:LINE TEXT".
-using LogEntries = std::vector<std::string>;
+using LogEntries = std::vector<std::string>; ///< "LEVEL CATEGORY FUNCTION FILE:LINE TEXT"
 
-/// The library gives every record an empty file and line 0.
-inline std::string logEntry(tarn::LogLevel level, const std::string& category, const std::string& function,
-                            const std::string& text, const std::string& file = "", int line = 0)
+inline std::string describe(const tarn::log::Record& record)
 {
-    return std::to_string(static_cast<int>(level)) + ' ' + category + ' ' + function + ' ' + file + ':' +
-           std::to_string(line) + ' ' + text;
+    std::ostringstream text;
+    text << static_cast<int>(record.level) << ' ' << record.category << ' ' << record.function << ' '
+         << record.file << ':' << record.line << ' ' << record.message;
+    return text.str();
 }
 
-inline std::string stereoError(const std::string& function, const std::string& text)
+/// Makes the entries that the library is expected to log: always with an empty file and line 0.
+struct Expected
 {
-    return logEntry(tarn::LogLevel::Error, "vision.stereo", function, text);
-}
+    std::string origin;
 
-inline std::string stereoVerbose(const std::string& function, const std::string& text)
-{
-    return logEntry(tarn::LogLevel::Verbose, "vision.stereo", function, text);
-}
+    std::string operator()(const std::string& function, const std::string& text) const
+    {
+        return origin + ' ' + function + " :0 " + text;
+    }
+};
 
-inline std::string calibrationError(const std::string& function, const std::string& text)
-{
-    return logEntry(tarn::LogLevel::Error, "vision.stereo.calibration", function, text);
-}
+const Expected stereoError{"2 vision.stereo"};
+const Expected stereoVerbose{"5 vision.stereo"};
+const Expected calibrationError{"2 vision.stereo.calibration"};
+const Expected calibrationVerbose{"5 vision.stereo.calibration"};
 
 /// Collects the records of the library, up to a level, while it lives.
 class RecordedLog
@@ -48,9 +48,7 @@ public:
     {
         tarn::log::setLevel("vision.stereo", level);
         tarn::log::setLevel("vision.stereo.calibration", level);
-        tarn::log::setSink([this](const tarn::log::Record& r) {
-            _entries.push_back(logEntry(r.level, r.category, r.function, r.message, r.file, r.line));
-        });
+        tarn::log::setSink([this](const tarn::log::Record& record) { _entries.push_back(describe(record)); });
     }
     RecordedLog(const RecordedLog&) = delete;
     RecordedLog& operator=(const RecordedLog&) = delete;
@@ -76,8 +74,7 @@ std::string textThrownBy(const Call& call)
     return {};
 }
 
-/// For refusals by OpenCV, whose text is its own affair.
-constexpr std::nullopt_t anyText = std::nullopt;
+constexpr std::nullopt_t anyText = std::nullopt; ///< of an exception whose text is OpenCV's affair
 
 /// Expects the exception both with silenced categories and, together with the records, at error level.
 /// So the call is made twice: a refused call must leave things as they were.

@@ -36,14 +36,13 @@ using StoredLevel = std::atomic<LogLevel>;
 #endif
 
 namespace log {
-namespace detail {
 
+namespace detail {
 struct Category
 {
     std::string name;
     StoredLevel level;
 };
-
 } // namespace detail
 
 inline bool fails(const std::string& how)
