@@ -1,10 +1,6 @@
-#include "support/calibrations.h"
-#include "support/log_records.h"
-
-#include <gtest/gtest.h>
+#include "support/support.h"
 
 #include <climits>
-#include <cmath>
 #include <type_traits>
 
 using namespace support;
@@ -32,8 +28,7 @@ struct Rule
     std::vector<int> accepted;
     std::vector<int> refused;
     std::string thrown;
-    std::string loggedBefore;
-    std::string loggedAfter;
+    std::string logged; ///< around the value, which stands where the # is
 };
 
 std::ostream& operator<<(std::ostream& out, const Rule& rule)
@@ -47,31 +42,31 @@ const auto notOdd = list(INT_MIN, -5, 0, 3, 4, 6, 254, 256, 257, INT_MAX);
 /// With a calibration 640 px wide.
 const std::vector<Rule> rules{
     Rule{"WindowSize", &Stereo::setWindowSize, &Stereo::getWindowSize, odd, notOdd, "Invalid window size.",
-         "Invalid window size (", ")."},
+         "Invalid window size (#)."},
     Rule{"MinDisparity", &Stereo::setMinDisparity, &Stereo::getMinDisparity, list(-640, -1, 0, 640),
-         list(INT_MIN, -641, 641, INT_MAX), "Invalid min disparity.", "Invalid min disparity (", ")."},
+         list(INT_MIN, -641, 641, INT_MAX), "Invalid min disparity.", "Invalid min disparity (#)."},
     Rule{"DisparityNumber", &Stereo::setDisparityNumber, &Stereo::getDisparityNumber,
          list(16, 32, 256, INT_MAX - 15), list(INT_MIN, -16, 0, 8, 15, 17, 20, INT_MAX),
-         "Invalid disparity number.", "Invalid disparity number (",
-         "), must be multiple of 16 and strictly positive."},
+         "Invalid disparity number.",
+         "Invalid disparity number (#), must be multiple of 16 and strictly positive."},
     Rule{"PreFilterCap", &Stereo::setPreFilterCap, &Stereo::getPreFilterCap, list(1, 63), list(-1, 0, 64),
-         "Invalid prefilter cap.", "Invalid Prefilter cap (", ")."},
+         "Invalid prefilter cap.", "Invalid Prefilter cap (#)."},
     Rule{"PreFilterSize", &Stereo::setPreFilterSize, &Stereo::getPreFilterSize, odd, notOdd,
-         "Invalid prefilter size.", "Invalid Prefilter size (", ")."},
+         "Invalid prefilter size.", "Invalid Prefilter size (#)."},
     Rule{"SpeckleRange", &Stereo::setSpeckleRange, &Stereo::getSpeckleRange, list(0, 31), list(-1, 32),
-         "Invalid speckle range.", "Invalid Speckle range (", ")."},
+         "Invalid speckle range.", "Invalid Speckle range (#)."},
     Rule{"SpeckleWindowSize", &Stereo::setSpeckleWindowSize, &Stereo::getSpeckleWindowSize, list(0, 1000),
-         list(-1, 1001), "Invalid speckle window size.", "Invalid Speckle window size (", ")."},
+         list(-1, 1001), "Invalid speckle window size.", "Invalid Speckle window size (#)."},
     Rule{"TextureThreshold", &Stereo::setTextureThreshold, &Stereo::getTextureThreshold, list(0, 10000),
-         list(-1, 10001), "Invalid texture threshold.", "Invalid Texture threshold (", ")."},
+         list(-1, 10001), "Invalid texture threshold.", "Invalid Texture threshold (#)."},
     Rule{"UniquenessRatio", &Stereo::setUniquenessRatio, &Stereo::getUniquenessRatio, list(0, 100),
-         list(-1, 101), "Invalid uniqueness ratio.", "Invalid Uniqueness ratio (", ")."},
+         list(-1, 101), "Invalid uniqueness ratio.", "Invalid Uniqueness ratio (#)."},
     Rule{"P1", &Stereo::setP1, &Stereo::getP1, list(0, 20000, INT_MAX), list(-1, INT_MIN), "Invalid P1.",
-         "Invalid value for P1 (", ")."},
+         "Invalid value for P1 (#)."},
     Rule{"P2", &Stereo::setP2, &Stereo::getP2, list(0, INT_MAX), list(-1, INT_MIN), "Invalid P2.",
-         "Invalid value for P2 (", ")."},
+         "Invalid value for P2 (#)."},
     Rule{"Disp12MaxDiff", &Stereo::setDisp12MaxDiff, &Stereo::getDisp12MaxDiff, list(-5, INT_MIN, INT_MAX),
-         list(), "", "", ""},
+         list(), "", ""},
 };
 
 using Values = std::map<std::string, double>;
@@ -108,7 +103,8 @@ TEST_P(StereoParameter, IsStoredOrRefusedAndNothingElseChanges)
         EXPECT_EQ(valuesOf(stereo), expected);
     }
     for (const int value : rule.refused) {
-        const std::string logged = rule.loggedBefore + std::to_string(value) + rule.loggedAfter;
+        std::string logged = rule.logged;
+        logged.replace(logged.find('#'), 1, std::to_string(value));
         expectRefusal<std::range_error>([&] { (stereo.*rule.set)(value); }, rule.thrown,
                                         {stereoError("set" + rule.name, logged)});
         EXPECT_EQ(valuesOf(stereo), expected);

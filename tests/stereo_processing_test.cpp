@@ -1,9 +1,5 @@
-#include "support/log_records.h"
-#include "support/matrices.h"
 #include "support/oracle.h"
 #include "support/scene.h"
-
-#include <gtest/gtest.h>
 
 using namespace support;
 using vision::Stereo;
@@ -44,7 +40,7 @@ void setTellingParameters(Stereo& stereo, Stereo::StereoAlgorithm algorithm)
     stereo.setUniquenessRatio(7);
     stereo.setP1(100); // from here on without any effect
     stereo.setP2(200);
-    stereo.setDisp12MaxDiff(1);
+    stereo.setDisp12MaxDiff(20);
     stereo.setFullDP(true);
 }
 

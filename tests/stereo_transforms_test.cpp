@@ -1,8 +1,4 @@
-#include "support/log_records.h"
-#include "support/matrices.h"
 #include "support/oracle.h"
-
-#include <gtest/gtest.h>
 
 #include <climits>
 #include <cmath>
@@ -51,10 +47,10 @@ TEST(StereoCalibrations, AreRefusedBeforeAnythingChanges)
     const std::string sizes = "Left and Right calibration don't have the same size. left: ";
     auto other = makeCalibrations(320, 240);
     other.left.projectionMatrix.release(); // the sizes are checked first
-    other.left.height = 480;
-    expectRefused(other.left, pair.right, size, sizes + "320x480 right: 640x480");
-    other.right.width = 640;
-    expectRefused(pair.left, other.right, size, sizes + "640x480 right: 640x240");
+    other.left.width = 640;
+    expectRefused(other.left, pair.right, size, sizes + "640x240 right: 640x480");
+    other.right.height = 480;
+    expectRefused(pair.left, other.right, size, sizes + "640x480 right: 320x480");
     for (const cv::Mat& unusable :
          {cv::Mat(), cv::Mat(3, 3, CV_32F), cv::Mat(4, 4, CV_32F), cv::Mat(3, 4, CV_64F)}) {
         auto broken = pair;
@@ -114,7 +110,8 @@ TEST(StereoCalibrations, DeriveTheMinimumDisparityFromTheMaximumDepth)
 
 TEST(StereoTransforms, AreThoseOfTheDirectOpenCvCalls)
 {
-    const auto pair = makeCalibrations();
+    auto pair = makeCalibrations();
+    pair.right.projectionMatrix.at<float>(0, 0) = 511; // it is the left focal length that counts
     auto withoutBaseline = makeCalibrations();
     withoutBaseline.right.projectionMatrix.at<float>(0, 3) = 0; // infinities and NaN, not refused
     for (const auto& calibrations : {pair, withoutBaseline}) {
@@ -141,9 +138,7 @@ TEST(StereoTransforms, AreRefusedByOpenCvWhenCalibrationsAreUnusable)
             [&] { (void)stereo.rectifyImageRight(image(320, 240)); },
             [&] { (void)stereo.rectifyImages(image(320, 240), image(320, 240)); },
             [&] { (void)stereo.rectifyImageLeft(cv::Mat()); },
-            [&] {
-                (void)stereo.computeImageTransforms({-640, -480});
-            },
+            [&] { (void)stereo.computeImageTransforms(cv::Size(-640, -480)); },
         };
         for (const auto& call : calls) {
             expectRefusal<cv::Exception>(call, anyText, {});

@@ -9,39 +9,24 @@
 #include <stdexcept>
 #include <string>
 
-namespace tarn {
-
 #if FAKE_TARN_VARIANT == 1
-enum class LogLevel
-{
-    Nothing,
-    Fatal,
-    Error,
-    Warning,
-    Info,
-    Verbose
-};
-using StoredLevel = LogLevel;
+#define FAKE_TARN_ENUM enum class
+#define FAKE_TARN_LEVEL LogLevel
 #else
-enum LogLevel
-{
-    Nothing,
-    Fatal,
-    Error,
-    Warning,
-    Info,
-    Verbose
-};
-using StoredLevel = std::atomic<LogLevel>;
+#define FAKE_TARN_ENUM enum
+#define FAKE_TARN_LEVEL std::atomic<LogLevel>
 #endif
 
-namespace log {
+namespace tarn {
 
+FAKE_TARN_ENUM LogLevel : int{Nothing = 0, Error = 2, Verbose = 5};
+
+namespace log {
 namespace detail {
 struct Category
 {
     std::string name;
-    StoredLevel level;
+    FAKE_TARN_LEVEL level;
 };
 } // namespace detail
 
