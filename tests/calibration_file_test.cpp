@@ -1,186 +1,161 @@
-#include "support/calibrations.h"
-#include "support/log_records.h"
-#include "support/scratch_folder.h"
+#include "support/support.h"
 
-#include <gtest/gtest.h>
-
+#include <filesystem>
 #include <fstream>
-#include <sstream>
 
+using namespace support;
 using vision::Calibration;
 
 namespace {
 
-/// A key with the field that it holds; with neither field it is one that holds the number 7.
-struct Entry
+using Lines = std::vector<std::string>;
+
+/// One text for each field, in the order of declaration, matrices with all digits.
+Lines fieldsOf(const Calibration& calibration)
 {
-    std::string key;
-    int Calibration::*number = nullptr;
-    cv::Mat Calibration::*matrix = nullptr;
-};
-
-using Entries = std::vector<Entry>;
-
-const Entries allEntries{
-    Entry{"width", &Calibration::width, nullptr},
-    Entry{"height", &Calibration::height, nullptr},
-    Entry{"cameraMatrix", nullptr, &Calibration::cameraMatrix},
-    Entry{"distortion", nullptr, &Calibration::distortion},
-    Entry{"rectificationMatrix", nullptr, &Calibration::rectificationMatrix},
-    Entry{"projectionMatrix", nullptr, &Calibration::projectionMatrix},
-};
+    Lines fields{std::to_string(calibration.width), std::to_string(calibration.height)};
+    for (const auto field : matrixFields) {
+        std::ostringstream text;
+        text << calibration.*field;
+        fields.push_back(text.str());
+    }
+    return fields;
+}
 
 class CalibrationFile : public testing::Test
 {
 protected:
-    void write(const Entries& entries) const
+    CalibrationFile()
     {
-        cv::FileStorage storage(_file, cv::FileStorage::WRITE);
-        for (const auto& [key, number, matrix] : entries) {
-            storage << key;
-            matrix ? storage << _stored.*matrix : storage << (number ? _stored.*number : 7);
-        }
-    }
-
-    /// The record with the fields of these entries replaced by the stored ones.
-    Calibration replaced(Calibration record, const Entries& entries) const
-    {
-        for (const auto& [key, number, matrix] : entries) {
-            if (matrix) {
-                record.*matrix = _stored.*matrix;
-            } else if (number) {
-                record.*number = _stored.*number;
+        mkdtemp(_folder.data());
+        _file = _folder + "/camera.yml";
+        _stored.save(_file);
+        std::ifstream stream(_file);
+        for (std::string line; std::getline(stream, line);) {
+            if (line[0] == ' ') {
+                _entries.back() += '\n' + line;
+            } else if (line[0] != '%' && line[0] != '-') {
+                _entries.push_back(line);
             }
         }
-        return record;
+    }
+    ~CalibrationFile() override { std::filesystem::remove_all(_folder); }
+
+    void write(const Lines& entries) const
+    {
+        std::ofstream stream(_file);
+        stream << "%YAML:1.0\n---\n";
+        for (const std::string& entry : entries) {
+            stream << entry << '\n';
+        }
     }
 
-    /// Loads over another record and expects a refusal after these entries were taken.
-    void expectLoadRefused(const Entries& taken) const
+    /// Loads over another record and expects a refusal after this number of fields was read.
+    void expectLoadRefused(std::size_t fieldsRead) const
     {
         Calibration loaded(_other);
         const auto load = [&] { loaded.load(_file); };
-        const std::string text = support::textThrownBy<cv::Exception>(load);
-        support::expectRefusal<cv::Exception>(
-            load, text,
-            {support::calibrationError("load", "Cannot read calibration file \"" + _file + "\": " + text)});
-        EXPECT_TRUE(loaded == replaced(_other, taken));
+        const std::string text = textThrownBy<cv::Exception>(load);
+        const std::string logged = "Cannot read calibration file \"" + _file + "\": " + text;
+        expectRefusal<cv::Exception>(load, text, {calibrationError("load", logged)});
+        for (std::size_t i = 0; i < 6; ++i) {
+            EXPECT_EQ(fieldsOf(loaded)[i], fieldsOf(i < fieldsRead ? _stored : _other)[i]);
+        }
     }
 
-    const Calibration _stored = support::makeCalibration(640, 480, 0);
-    const Calibration _other = support::makeCalibration(320, 240, 1);
-    const support::ScratchFolder _folder;
-    const std::string _file = _folder.path() + "/camera.yml";
+    const Calibration _stored = makeCalibration(640, 480, 0);
+    const Calibration _other = makeCalibration(320, 240, 1);
+    std::string _folder = testing::TempDir() + "/stereovision-XXXXXX"; // each test has its own
+    std::string _file;
+    Lines _entries; ///< of the saved file, each with the lines that belong to it
 };
-
-std::string verbose(const std::string& function, const std::string& text)
-{
-    return support::logEntry(tarn::LogLevel::Verbose, "vision.stereo.calibration", function, text);
-}
 
 TEST_F(CalibrationFile, RoundTripIsExactInEveryFormatAndIsLogged)
 {
     Calibration stored(_stored);
-    stored.distortion = cv::Mat(); // an empty one comes back empty
-    for (const std::string extension : {".yml", ".yaml", ".xml", ".json", ".yml.gz"}) {
-        const std::string file = _folder.path() + "/camera" + extension;
+    stored.distortion.release(); // an empty one comes back empty
+    LogEntries saving;
+    for (const std::string part : {"calibration width", "calibration height", "camera matrix",
+                                   "distortion matrix", "rectification matrix", "projection matrix"}) {
+        saving.push_back(calibrationVerbose("save", "Write " + part + "."));
+    }
+    for (const std::string extension : {".yml", ".xml", ".json", ".yml.gz"}) {
+        RecordedLog log;
+        stored.save(_file + extension);
+        EXPECT_EQ(log.take(), saving);
         Calibration loaded(_other);
-        support::RecordedLog log;
-        stored.save(file);
-        support::LogEntries expected;
-        for (const std::string part : {"calibration width", "calibration height", "camera matrix",
-                                       "distortion matrix", "rectification matrix", "projection matrix"}) {
-            expected.push_back(verbose("save", "Write " + part + "."));
-        }
-        EXPECT_EQ(log.take(), expected);
-        loaded.load(file);
+        loaded.load(_file + extension);
         EXPECT_TRUE(loaded == stored);
-        std::ostringstream text;
-        text << "Load calibration file: \"" << file
-             << "\"\nWidth: 640\nHeight: 480\nCamera matrix: " << stored.cameraMatrix
-             << "\nDistortion: " << stored.distortion
-             << "\nRectification matrix: " << stored.rectificationMatrix
-             << "\nProjection matrix: " << stored.projectionMatrix;
-        EXPECT_EQ(log.take(), support::LogEntries{verbose("load", text.str())});
+        const Lines fields = fieldsOf(stored);
+        EXPECT_EQ(
+            log.take(),
+            LogEntries{calibrationVerbose(
+                "load", "Load calibration file: \"" + _file + extension + "\"\nWidth: 640\nHeight: 480" +
+                            "\nCamera matrix: " + fields[2] + "\nDistortion: " + fields[3] +
+                            "\nRectification matrix: " + fields[4] + "\nProjection matrix: " + fields[5])});
     }
 }
 
-TEST_F(CalibrationFile, HoldsTheSixKeysInOrder)
+TEST_F(CalibrationFile, HoldsSixEntriesThatAreFoundByNameAndMayBeMissing)
 {
-    _stored.save(_file);
-    const cv::FileStorage storage(_file, cv::FileStorage::READ);
-    std::vector<std::string> expected;
-    for (const Entry& entry : allEntries) {
-        expected.push_back(entry.key);
-    }
-    EXPECT_EQ(storage.root().keys(), expected);
-}
-
-TEST_F(CalibrationFile, LoadsByNameAndTakesMissingEntriesAsEmpty)
-{
-    std::vector<Entries> files{{}, {allEntries.rbegin(), allEntries.rend()}};
-    files.back().insert(files.back().begin() + 2, Entry{"unknown"});
-    for (std::ptrdiff_t missing = 0; missing < 6; ++missing) {
-        files.push_back(allEntries);
-        files.back().erase(files.back().begin() + missing);
-    }
-    for (const Entries& entries : files) {
-        write(entries);
+    const Lines keys{"width",           "height", "cameraMatrix", "distortion", "rectificationMatrix",
+                     "projectionMatrix"};
+    ASSERT_EQ(_entries.size(), keys.size());
+    for (std::size_t i = 0; i < keys.size(); ++i) {
+        EXPECT_EQ(_entries[i].substr(0, _entries[i].find(':')), keys[i]);
+        Lines others(_entries.rbegin(), _entries.rend());
+        others[keys.size() - 1 - i] = "unknown: 7";
+        write(others);
         Calibration loaded(_other);
-        support::RecordedLog log(tarn::LogLevel::Info);
         loaded.load(_file);
-        EXPECT_TRUE(loaded == replaced({}, entries));
-        EXPECT_EQ(log.take(), support::LogEntries());
+        Lines expected = fieldsOf(_stored);
+        expected[i] = fieldsOf(Calibration())[i];
+        EXPECT_EQ(fieldsOf(loaded), expected);
     }
+    write({});
+    Calibration loaded(_other);
+    loaded.load(_file);
+    EXPECT_TRUE(loaded == Calibration());
 }
 
 TEST_F(CalibrationFile, KeepsTheFieldsReadBeforeAnEntryThatIsNoMatrix)
 {
-    for (std::ptrdiff_t bad = 2; bad < 6; ++bad) {
-        Entries entries = allEntries;
-        entries.at(static_cast<std::size_t>(bad)).matrix = nullptr;
-        write(entries);
-        expectLoadRefused({allEntries.begin(), allEntries.begin() + bad});
+    for (std::size_t bad = 2; bad < _entries.size(); ++bad) {
+        Lines damaged = _entries;
+        damaged[bad] = damaged[bad].substr(0, damaged[bad].find(':')) + ": 7";
+        write(damaged);
+        expectLoadRefused(bad);
     }
 }
 
-TEST_F(CalibrationFile, IsUntouchedByADocumentThatOpenCvCannotParse)
+TEST_F(CalibrationFile, LeavesTheRecordWhenADocumentCannotBeParsed)
 {
-    for (const std::string document :
-         {"", "no calibration\n", "%YAML:1.0\n---\nwidth: [640\n", "{ \"width\": "}) {
+    for (const char* const document : {"", "no calibration\n", "%YAML:1.0\n---\nwidth: [640\n"}) {
         std::ofstream(_file) << document;
-        expectLoadRefused({});
+        expectLoadRefused(0);
     }
 }
 
-TEST_F(CalibrationFile, NamesTheFileThatCannotBeOpened)
+TEST_F(CalibrationFile, RefusesNamesThatAreEmptyOrCannotBeOpened)
 {
     Calibration calibration(_stored);
-    const std::string text = "Failed to open file: \"" + _file + "\".";
-    support::expectRefusal<std::invalid_argument>(
-        [&] { calibration.load(_file); }, text,
-        {support::calibrationError("load", "Cannot read calibration file \"" + _file + "\": " + text)});
-    EXPECT_TRUE(calibration == _stored);
-}
-
-TEST_F(CalibrationFile, RefusesAnEmptyName)
-{
-    Calibration calibration(_stored);
+    const auto expectRefused = [&](const auto& call, const std::string& text, const std::string& logged) {
+        expectRefusal<std::invalid_argument>(call, text, {logged});
+        EXPECT_TRUE(calibration == _stored);
+    };
     const std::string loadText = "Invalid calibration file: \"\".";
-    support::expectRefusal<std::invalid_argument>([&] { calibration.load(""); }, loadText,
-                                                  {support::calibrationError("load", loadText)});
+    expectRefused([&] { calibration.load(""); }, loadText, calibrationError("load", loadText));
     const std::string saveText = "Invalid calibration save file: ";
-    support::expectRefusal<std::invalid_argument>([&] { calibration.save(""); }, saveText,
-                                                  {support::calibrationError("save", saveText)});
-    EXPECT_TRUE(calibration == _stored);
-}
+    expectRefused([&] { calibration.save(""); }, saveText, calibrationError("save", saveText));
+    const std::string missing = _folder + "/missing/camera.yml";
+    const std::string openText = "Failed to open file: \"" + missing + "\".";
+    const std::string openLog = "Cannot read calibration file \"" + missing + "\": " + openText;
+    expectRefused([&] { calibration.load(missing); }, openText, calibrationError("load", openLog));
 
-TEST_F(CalibrationFile, IsSilentlyNotWrittenToAMissingFolder)
-{
-    support::RecordedLog log;
-    _stored.save(_folder.path() + "/missing/camera.yml");
+    RecordedLog log;
+    calibration.save(missing); // is silently not written
     EXPECT_EQ(log.take().size(), 6U);
-    EXPECT_TRUE(std::filesystem::is_empty(_folder.path()));
+    EXPECT_FALSE(std::filesystem::exists(missing));
 }
 
 } // namespace

@@ -17,15 +17,6 @@ constexpr double maxRelativeError = 0.03;
 
 using Corners = std::vector<cv::Point2f>;
 
-double smallestSpacing(const Corners& corners)
-{
-    double smallest = 1e9;
-    for (std::size_t i = 1; i < corners.size(); ++i) {
-        smallest = std::min(smallest, cv::norm(corners[i] - corners[i - 1]));
-    }
-    return smallest;
-}
-
 cv::Mat readImage(const std::string& name)
 {
     return cv::imread(STEREOVISION_IMAGE_DIR "/" + name + ".jpg", cv::IMREAD_GRAYSCALE);
@@ -35,50 +26,46 @@ Corners findCorners(const cv::Mat& image)
 {
     Corners corners;
     if (cv::findChessboardCorners(image, board, corners)) {
-        // A wider window would reach into the next squares.
-        const int window = std::max(2, static_cast<int>(smallestSpacing(corners) / 3));
-        cv::cornerSubPix(image, corners, {window, window}, {-1, -1},
-                         {cv::TermCriteria::EPS + cv::TermCriteria::COUNT, 30, 0.01});
+        double spacing = image.cols;
+        for (std::size_t i = 1; i < corners.size(); ++i) {
+            spacing = std::min(spacing, cv::norm(corners[i] - corners[i - 1]));
+        }
+        const int window = static_cast<int>(spacing / 3); // a wider one would reach into the next squares
+        cv::cornerSubPix(image, corners, {window, window}, {-1, -1}, {cv::TermCriteria::EPS, 0, 0.01});
     }
     return corners;
-}
-
-vision::Calibration toCalibration(cv::Size size, const cv::Mat& camera, const cv::Mat& distortion,
-                                  const cv::Mat& rectification, const cv::Mat& projection)
-{
-    vision::Calibration calibration;
-    calibration.width = size.width;
-    calibration.height = size.height;
-    camera.convertTo(calibration.cameraMatrix, CV_32F);
-    distortion.convertTo(calibration.distortion, CV_32F);
-    rectification.convertTo(calibration.rectificationMatrix, CV_32F);
-    projection.convertTo(calibration.projectionMatrix, CV_32F);
-    return calibration;
 }
 
 void calibrate(const std::vector<std::string>& views, vision::Stereo& stereo)
 {
     std::vector<cv::Point3f> boardPoints;
     for (int i = 0; i < board.area(); ++i) {
-        boardPoints.emplace_back(square * static_cast<float>(i % board.width),
-                                 square * static_cast<float>(i / board.width), 0.0f);
-    }
-    std::vector<Corners> left, right;
-    cv::Size size;
-    for (const std::string& view : views) {
-        left.push_back(findCorners(readImage("left" + view)));
-        right.push_back(findCorners(readImage("right" + view)));
-        size = readImage("left" + view).size();
+        boardPoints.push_back(cv::Point3f(cv::Point3i(i % board.width, i / board.width, 0)) * square);
     }
     const std::vector<std::vector<cv::Point3f>> object(views.size(), boardPoints);
-    cv::Mat kLeft, kRight, dLeft, dRight, r, t, rLeft, rRight, pLeft, pRight, q;
-    cv::calibrateCamera(object, left, size, kLeft, dLeft, {}, {});
-    cv::calibrateCamera(object, right, size, kRight, dRight, {}, {});
-    cv::stereoCalibrate(object, left, right, kLeft, dLeft, kRight, dRight, size, r, t, {}, {});
-    cv::stereoRectify(kLeft, dLeft, kRight, dRight, size, r, t, rLeft, rRight, pLeft, pRight, q,
+    const cv::Size size = readImage("left01").size();
+    std::vector<Corners> corners[2];
+    cv::Mat k[2], d[2], r[2], p[2], rotation, translation, q;
+    for (const int side : {0, 1}) {
+        for (const std::string& view : views) {
+            corners[side].push_back(findCorners(readImage((side == 0 ? "left" : "right") + view)));
+        }
+        cv::calibrateCamera(object, corners[side], size, k[side], d[side], {}, {});
+    }
+    cv::stereoCalibrate(object, corners[0], corners[1], k[0], d[0], k[1], d[1], size, rotation, translation,
+                        {}, {});
+    cv::stereoRectify(k[0], d[0], k[1], d[1], size, rotation, translation, r[0], r[1], p[0], p[1], q,
                       cv::CALIB_ZERO_DISPARITY, 0);
-    stereo.setCalibrations(toCalibration(size, kLeft, dLeft, rLeft, pLeft),
-                           toCalibration(size, kRight, dRight, rRight, pRight));
+    vision::Calibration calibrations[2];
+    for (const int side : {0, 1}) {
+        calibrations[side].width = size.width;
+        calibrations[side].height = size.height;
+        calibrations[side].cameraMatrix = cv::Mat_<float>(k[side]);
+        calibrations[side].distortion = cv::Mat_<float>(d[side]);
+        calibrations[side].rectificationMatrix = cv::Mat_<float>(r[side]);
+        calibrations[side].projectionMatrix = cv::Mat_<float>(p[side]);
+    }
+    stereo.setCalibrations(calibrations[0], calibrations[1]);
 }
 
 using RealChessboard = testing::TestWithParam<vision::Stereo::StereoAlgorithm>;

@@ -1,7 +1,6 @@
 #include "support/scene.h"
 
-#include <gtest/gtest.h>
-
+using namespace support;
 using vision::Stereo;
 
 namespace {
@@ -14,16 +13,16 @@ constexpr double shareKept = 0.6; // nothing is found within the search range an
 
 TEST(SceneGenerator, ShowsAParallelPlaneAtTheDisparityOfItsDepth)
 {
-    auto pair = support::makeCalibrations();
+    auto pair = makeCalibrations();
     for (vision::Calibration* const calibration : {&pair.left, &pair.right}) {
         calibration->distortion.release();
         cv::setIdentity(calibration->rectificationMatrix);
         calibration->cameraMatrix = calibration->projectionMatrix.colRange(0, 3).clone();
     }
-    const support::Plane plane{3, 0};
+    const Plane plane{3, 0};
     constexpr int disparity = 8 + 500 * 12 / 100 / 3; // cx - cx' + f * baseline / distance
-    const cv::Mat left = support::photograph(plane, pair.left);
-    const cv::Mat right = support::photograph(plane, pair.right);
+    const cv::Mat left = photograph(plane, pair.left);
+    const cv::Mat right = photograph(plane, pair.right);
     const auto meanDifference = [&](int shift) {
         return cv::norm(left.colRange(100, 500), right.colRange(100 - shift, 500 - shift), cv::NORM_L1) /
                (400 * 480);
@@ -40,21 +39,21 @@ using StereoScene = testing::TestWithParam<std::tuple<Stereo::StereoAlgorithm, i
 TEST_P(StereoScene, GivesTheDepthOfATexturedPlane)
 {
     const auto [algorithm, width, slope] = GetParam();
-    const support::Plane plane{2.5, slope};
-    const auto pair = support::makeCalibrations();
+    const Plane plane{2.5, slope};
+    const auto pair = makeCalibrations();
     Stereo stereo;
     stereo.setCalibrations(pair.left, pair.right);
     stereo.setStereoAlgorithm(algorithm);
     const auto picture = [&, size = cv::Size(width, width * 3 / 4)](const vision::Calibration& camera) {
         cv::Mat resized;
-        cv::resize(support::photograph(plane, camera), resized, size, 0, 0, cv::INTER_AREA);
+        cv::resize(photograph(plane, camera), resized, size, 0, 0, cv::INTER_AREA);
         return resized;
     };
     const auto [left, right] = stereo.rectifyImages(picture(pair.left), picture(pair.right));
     const cv::Mat depth = stereo.computeDepth(stereo.computeDisparity(left, right));
 
     const cv::Matx34f p = pair.left.scaleTo(width, width * 3 / 4).projectionMatrix;
-    const double focalTimesBaseline = static_cast<double>(p(0, 0)) * support::baseline;
+    const double focalTimesBaseline = static_cast<double>(p(0, 0)) * baseline;
     int kept = 0;
     int accurate = 0;
     for (auto point = depth.begin<cv::Vec3f>(); point != depth.end<cv::Vec3f>(); ++point) {

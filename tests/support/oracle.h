@@ -2,9 +2,8 @@
 #ifndef SUPPORT_ORACLE_H
 #define SUPPORT_ORACLE_H
 
-#include "support/calibrations.h"
+#include "support/support.h"
 
-#include <opencv2/calib3d.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>

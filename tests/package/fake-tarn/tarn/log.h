@@ -9,41 +9,25 @@
 #include <stdexcept>
 #include <string>
 
+#if FAKE_TARN_VARIANT == 1
+#define FAKE_TARN_ENUM enum class
+#define FAKE_TARN_LEVEL LogLevel
+#else
+#define FAKE_TARN_ENUM enum
+#define FAKE_TARN_LEVEL std::atomic<LogLevel>
+#endif
+
 namespace tarn {
 
-#if FAKE_TARN_VARIANT == 1
-enum class LogLevel
-{
-    Nothing,
-    Fatal,
-    Error,
-    Warning,
-    Info,
-    Verbose
-};
-using StoredLevel = LogLevel;
-#else
-enum LogLevel
-{
-    Nothing,
-    Fatal,
-    Error,
-    Warning,
-    Info,
-    Verbose
-};
-using StoredLevel = std::atomic<LogLevel>;
-#endif
+FAKE_TARN_ENUM LogLevel : int{Nothing = 0, Error = 2, Verbose = 5};
 
 namespace log {
 namespace detail {
-
 struct Category
 {
     std::string name;
-    StoredLevel level;
+    FAKE_TARN_LEVEL level;
 };
-
 } // namespace detail
 
 inline bool fails(const std::string& how)
