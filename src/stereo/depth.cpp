@@ -13,7 +13,7 @@
 
 // GCC compiles a function so marked for wider vectors as well; the loader picks what the processor has. All
 // give the same bits. (The thread sanitizer cannot start a program that picks this way.)
-#if defined(__x86_64__) && defined(__gnu_linux__) && __GNUC__ >= 12 && !defined(__SANITIZE_THREAD__)
+#if defined(__x86_64__) && defined(__GLIBC__) && __GNUC__ >= 12 && !defined(__SANITIZE_THREAD__)
 #define VISION_WIDE_VECTORS __attribute__((target_clones("default", "avx2", "arch=x86-64-v4")))
 #else
 #define VISION_WIDE_VECTORS
