@@ -1,8 +1,6 @@
-#include "support/calibrations.h"
 #include "support/failing_memory.h"
-#include "support/log_records.h"
-#include "support/matrices.h"
 #include "support/scratch_folder.h"
+#include "support/support.h"
 
 #include <gtest/gtest.h>
 

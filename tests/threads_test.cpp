@@ -1,5 +1,4 @@
-#include "support/calibrations.h"
-#include "support/matrices.h"
+#include "support/support.h"
 
 #include <tarn/log.h>
 

@@ -16,8 +16,8 @@
 namespace support {
 
 inline constexpr auto matrixFields = {&vision::Calibration::cameraMatrix, &vision::Calibration::distortion,
-                               &vision::Calibration::rectificationMatrix,
-                               &vision::Calibration::projectionMatrix}; // in the order of declaration
+                                      &vision::Calibration::rectificationMatrix,
+                                      &vision::Calibration::projectionMatrix}; // in the order of declaration
 
 struct CalibrationPair
 {
