@@ -1,6 +1,7 @@
-#include "support/support.h"
+#include "support/calibrations.h"
+#include "support/log_records.h"
+#include "support/scratch_folder.h"
 
-#include <filesystem>
 #include <fstream>
 
 using namespace support;
@@ -27,8 +28,6 @@ class CalibrationFile : public testing::Test
 protected:
     CalibrationFile()
     {
-        mkdtemp(_folder.data());
-        _file = _folder + "/camera.yml";
         _stored.save(_file);
         std::ifstream stream(_file);
         for (std::string line; std::getline(stream, line);) {
@@ -39,7 +38,6 @@ protected:
             }
         }
     }
-    ~CalibrationFile() override { std::filesystem::remove_all(_folder); }
 
     void write(const Lines& entries) const
     {
@@ -65,8 +63,8 @@ protected:
 
     const Calibration _stored = makeCalibration(640, 480, 0);
     const Calibration _other = makeCalibration(320, 240, 1);
-    std::string _folder = testing::TempDir() + "/stereovision-XXXXXX"; // each test has its own
-    std::string _file;
+    const ScratchFolder _folder;
+    const std::string _file = _folder.path() + "/camera.yml";
     Lines _entries; ///< of the saved file, each with the lines that belong to it
 };
 
@@ -147,7 +145,7 @@ TEST_F(CalibrationFile, RefusesNamesThatAreEmptyOrCannotBeOpened)
     expectRefused([&] { calibration.load(""); }, loadText, calibrationError("load", loadText));
     const std::string saveText = "Invalid calibration save file: ";
     expectRefused([&] { calibration.save(""); }, saveText, calibrationError("save", saveText));
-    const std::string missing = _folder + "/missing/camera.yml";
+    const std::string missing = _folder.path() + "/missing/camera.yml";
     const std::string openText = "Failed to open file: \"" + missing + "\".";
     const std::string openLog = "Cannot read calibration file \"" + missing + "\": " + openText;
     expectRefused([&] { calibration.load(missing); }, openText, calibrationError("load", openLog));

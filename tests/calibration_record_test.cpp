@@ -1,4 +1,7 @@
-#include "support/support.h"
+#include "support/calibrations.h"
+#include "support/matrices.h"
+
+#include <gtest/gtest.h>
 
 using namespace support;
 using vision::Calibration;

@@ -1,3 +1,4 @@
+#include "support/log_records.h"
 #include "support/oracle.h"
 
 #include <numeric>

@@ -1,4 +1,4 @@
-#include "support/support.h"
+#include "support/log_records.h"
 
 #include <atomic>
 #include <cstdlib>

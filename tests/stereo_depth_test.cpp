@@ -1,4 +1,7 @@
+#include "support/matrices.h"
 #include "support/oracle.h"
+
+#include <gtest/gtest.h>
 
 #include <cfloat>
 #include <climits>

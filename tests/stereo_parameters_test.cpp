@@ -1,4 +1,5 @@
-#include "support/support.h"
+#include "support/calibrations.h"
+#include "support/log_records.h"
 
 #include <climits>
 #include <type_traits>

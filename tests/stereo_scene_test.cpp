@@ -1,5 +1,7 @@
 #include "support/scene.h"
 
+#include <gtest/gtest.h>
+
 using namespace support;
 using vision::Stereo;
 

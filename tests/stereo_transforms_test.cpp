@@ -1,3 +1,5 @@
+#include "support/log_records.h"
+#include "support/matrices.h"
 #include "support/oracle.h"
 
 #include <climits>

@@ -1,4 +1,5 @@
-#include "support/support.h"
+#include "support/calibrations.h"
+#include "support/matrices.h"
 
 #include <tarn/log.h>
 

@@ -2,7 +2,7 @@
 #ifndef SUPPORT_ORACLE_H
 #define SUPPORT_ORACLE_H
 
-#include "support/support.h"
+#include "support/calibrations.h"
 
 #include <opencv2/imgproc.hpp>
 

@@ -2,7 +2,7 @@
 #ifndef SUPPORT_SCENE_H
 #define SUPPORT_SCENE_H
 
-#include "support/support.h"
+#include "support/calibrations.h"
 
 #include <opencv2/imgproc.hpp>
 

@@ -1,11 +1,8 @@
-/// What the tests share: known calibrations, exact comparison, and what is expected of the log and of refusals.
-#ifndef SUPPORT_SUPPORT_H
-#define SUPPORT_SUPPORT_H
+/// What a test expects of the log, and of a refusal: exception, text and records together.
+#ifndef SUPPORT_LOG_RECORDS_H
+#define SUPPORT_LOG_RECORDS_H
 
 #include <tarn/log.h>
-#include <vision/stereo.h>
-
-#include <opencv2/calib3d.hpp>
 
 #include <gtest/gtest.h>
 
@@ -14,63 +11,6 @@
 #include <typeinfo>
 
 namespace support {
-
-inline constexpr auto matrixFields = {&vision::Calibration::cameraMatrix, &vision::Calibration::distortion,
-                                      &vision::Calibration::rectificationMatrix,
-                                      &vision::Calibration::projectionMatrix}; // in the order of declaration
-
-struct CalibrationPair
-{
-    vision::Calibration left, right;
-};
-
-inline constexpr float baseline = 0.12f;
-
-/// A camera of no special symmetry: every entry differs from the others and from the other camera's.
-/// @param side 0 for the left camera, 1 for the right one
-inline vision::Calibration makeCalibration(int width, int height, float side)
-{
-    const float u = static_cast<float>(width) / 640;
-    vision::Calibration c;
-    c.width = width;
-    c.height = height;
-    c.cameraMatrix = (cv::Mat_<float>(3, 3) << (520 - 9 * side) * u, 0, (318 + 7 * side) * u, 0,
-                      (517 - 5 * side) * u, (243 - 4 * side) * u, 0, 0, 1);
-    c.distortion = (cv::Mat_<float>(1, 5) << -0.08f + 0.01f * side, 0.03f, 0.001f, -0.0007f, 0.01f);
-    cv::Rodrigues(cv::Matx31f(0.01f - 0.015f * side, -0.02f, 0.005f), c.rectificationMatrix);
-    c.projectionMatrix = (cv::Mat_<float>(3, 4) << 500 * u, 0, (310 - 8 * side) * u,
-                          0 - 500 * u * baseline * side, 0, 505 * u, 240 * u, 0, 0, 0, 1, 0);
-    return c;
-}
-
-inline CalibrationPair makeCalibrations(int width = 640, int height = 480)
-{
-    return {makeCalibration(width, height, 0), makeCalibration(width, height, 1)};
-}
-
-/// Gives tests a look at the calibrations and the cache.
-struct OpenStereo : vision::Stereo
-{
-    OpenStereo() = default;
-    explicit OpenStereo(const CalibrationPair& pair) { setCalibrations(pair.left, pair.right); }
-
-    using Stereo::_imageTransforms;
-    using Stereo::_leftCalibration;
-    using Stereo::_rightCalibration;
-};
-
-/// Whether size, type and every bit agree. All NaNs count as one value: nobody defines their payload.
-inline bool areBitEqual(const cv::Mat& a, const cv::Mat& b)
-{
-    const auto bytes = [](const cv::Mat& matrix) {
-        cv::Mat copy = matrix.clone().reshape(1);
-        if (copy.depth() >= CV_32F) {
-            copy.setTo(NAN, copy != copy);
-        }
-        return cv::Mat(1, static_cast<int>(copy.total() * copy.elemSize()), CV_8U, copy.data).clone();
-    };
-    return a.size == b.size && a.type() == b.type() && cv::norm(bytes(a), bytes(b), cv::NORM_INF) == 0;
-}
 
 using LogEntries = std::vector<std::string>; ///< "LEVEL CATEGORY FUNCTION FILE:LINE TEXT"
 
