@@ -339,7 +339,8 @@ class MisusedTool : public DepthTool, public testing::WithParamInterface<Misuse>
 TEST_P(MisusedTool, SaysWhatToChangeAndWritesNothing)
 {
     std::ofstream(path("text.yml")) << "no calibration";
-    std::ofstream(path("partial.yml")) << support::readFile(path("left.yml")).substr(0, 100) << "]\n";
+    const std::string whole = support::readFile(path("right.yml"));
+    std::ofstream(path("partial.yml")) << whole.substr(0, whole.find("projectionMatrix"));
     const std::string variables =
         "DEPTH='" + depthOptions + "'; PAIR='--left l.png --right r.png --output out'; " + "CALIBRATE='" +
         calibrateOptions + "'; LEFT='--left-calibration'; RIGHT='--right-calibration'; ";
@@ -382,7 +383,7 @@ const Misuse misuses[] = {
      "r.png: "},
     {"MissingCalibration", "depth $LEFT none.yml $RIGHT right.yml $PAIR", "none.yml: "},
     {"NoCalibration", "depth $LEFT text.yml $RIGHT right.yml $PAIR", "text.yml: "},
-    {"PartialCalibration", "depth $LEFT partial.yml $RIGHT right.yml $PAIR", "partial.yml: "},
+    {"PartialCalibration", "depth $LEFT left.yml $RIGHT partial.yml $PAIR", "partial.yml: "},
     {"FolderAsCalibration", "depth $LEFT . $RIGHT right.yml $PAIR", "folder"},
     {"SameCalibration", "depth $LEFT left.yml $RIGHT left.yml $PAIR", "twice"},
     {"SwappedCalibrations", "depth $LEFT right.yml $RIGHT left.yml $PAIR", "swapped"},
