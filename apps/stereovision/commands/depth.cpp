@@ -1,20 +1,18 @@
 #include "commands/commands.h"
 #include "console/format.h"
 #include "console/stereo_options.h"
+#include "depth/depth_files.h"
 #include "depth/pair_depth.h"
-#include "depth/pictures.h"
 #include "depth/summary.h"
 #include "failure.h"
 #include "io/image_pair.h"
 #include "io/output_files.h"
-#include "io/pfm.h"
-#include "io/ply.h"
-
-#include <opencv2/imgcodecs.hpp>
 
 #include <filesystem>
 #include <map>
 #include <memory>
+#include <string>
+#include <vector>
 
 namespace tool {
 
@@ -49,39 +47,6 @@ void requireDistinctNames(const std::vector<PairFiles>& pairs)
     }
 }
 
-std::string encodePng(const cv::Mat& picture)
-{
-    std::vector<unsigned char> bytes;
-    cv::imencode(".png", picture, bytes);
-    return {bytes.begin(), bytes.end()};
-}
-
-/// The depth of a disparity in images of this size.
-std::function<double(double)> makeDepthOfDisparity(const vision::Stereo& stereo, const cv::Size& size)
-{
-    const auto [left, right] = stereo.getCalibrations();
-    const cv::Mat leftProjection = left.scaleTo(size.width, size.height).projectionMatrix;
-    const cv::Mat rightProjection = right.scaleTo(size.width, size.height).projectionMatrix;
-    const double atInfinity =
-        double{leftProjection.at<float>(0, 2)} - double{rightProjection.at<float>(0, 2)};
-    const double focalTimesBaseline = -double{rightProjection.at<float>(0, 3)};
-    return [=](double disparity) { return focalTimesBaseline / (disparity - atInfinity); };
-}
-
-struct OutputNames
-{
-    explicit OutputNames(const std::string& base)
-        : rectified(base + "-rectified.png"), disparity(base + "-disparity.png"),
-          floats(base + "-disparity.pfm"), points(base + "-points.ply")
-    {
-    }
-
-    const std::string rectified;
-    const std::string disparity;
-    const std::string floats;
-    const std::string points;
-};
-
 PairDepth computeDepth(const PairFiles& pair, double factor, const vision::Stereo& stereo, Console& console)
 {
     const ImagePair images = readImagePair(pair, console);
@@ -95,20 +60,10 @@ PairDepth computeDepth(const PairFiles& pair, double factor, const vision::Stere
 void processPair(const PairFiles& pair, const DepthOptions& options, const vision::Stereo& stereo,
                  const OutputFolder& folder, Console& console)
 {
-    const OutputNames names(baseName(pair));
-    for (const std::string* name : {&names.rectified, &names.disparity, &names.floats, &names.points}) {
-        folder.requireFree(*name);
-    }
+    const DepthFileNames names(baseName(pair));
+    requireFree(names, folder);
     const PairDepth depth = computeDepth(pair, options.resize, stereo, console);
-
-    OutputFiles output(folder);
-    output.write(names.rectified, encodePng(drawRectifiedPair(depth.left, depth.right)));
-    output.write(
-        names.disparity,
-        encodePng(drawDisparity(depth.disparity, makeDepthOfDisparity(stereo, depth.disparity.size()))));
-    output.write(names.floats, encodePfm(depth.disparity));
-    output.write(names.points, encodePly(depth.points, depth.left));
-    const auto files = output.commit();
+    const auto files = writeDepthFiles(depth, stereo, names, folder);
 
     const DepthSummary summary = summarise(depth);
     console.result(baseName(pair) + ": " + formatSize(depth.disparity.size()) + " px, " + format(summary));
