@@ -1,3 +1,4 @@
+#include "calibration/document_guard.h"
 #include "calibration/log_category.h"
 
 #include <vision/calibration.h>
@@ -23,14 +24,21 @@ std::string describe(const std::string& filename, const Calibration& calibration
                             "\nProjection matrix: ", calibration.projectionMatrix);
 }
 
+void readMatrix(const cv::FileStorage& storage, const char* key, cv::Mat& matrix)
+{
+    const cv::FileNode node = storage[key];
+    detail::requireSafeMatrix(key, node);
+    cv::read(node, matrix, cv::Mat());
+}
+
 void readFields(const cv::FileStorage& storage, Calibration& calibration)
 {
     cv::read(storage["width"], calibration.width, 0);
     cv::read(storage["height"], calibration.height, 0);
-    cv::read(storage["cameraMatrix"], calibration.cameraMatrix, cv::Mat());
-    cv::read(storage["distortion"], calibration.distortion, cv::Mat());
-    cv::read(storage["rectificationMatrix"], calibration.rectificationMatrix, cv::Mat());
-    cv::read(storage["projectionMatrix"], calibration.projectionMatrix, cv::Mat());
+    readMatrix(storage, "cameraMatrix", calibration.cameraMatrix);
+    readMatrix(storage, "distortion", calibration.distortion);
+    readMatrix(storage, "rectificationMatrix", calibration.rectificationMatrix);
+    readMatrix(storage, "projectionMatrix", calibration.projectionMatrix);
 }
 
 template <typename Value>
@@ -48,6 +56,7 @@ void Calibration::load(const std::string& filename)
         detail::refuse<std::invalid_argument>(calibrationCategory, "load", "Invalid calibration file: \"\".");
     }
     try {
+        detail::requireSafeDocument(filename);
         const cv::FileStorage storage(filename, cv::FileStorage::READ, std::string());
         if (!storage.isOpened()) {
             throw std::invalid_argument("Failed to open file: \"" + filename + "\".");
