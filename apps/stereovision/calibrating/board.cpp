@@ -12,18 +12,14 @@ namespace {
 
 double findSmallestSpacing(const Corners& corners, const cv::Size& board)
 {
+    const auto columns = static_cast<std::size_t>(board.width);
     double smallest = std::numeric_limits<double>::max();
-    for (int row = 0; row < board.height; ++row) {
-        for (int column = 0; column < board.width; ++column) {
-            const auto at = [&](int r, int c) {
-                return corners[static_cast<std::size_t>(r * board.width + c)];
-            };
-            if (column > 0) {
-                smallest = std::min(smallest, cv::norm(at(row, column) - at(row, column - 1)));
-            }
-            if (row > 0) {
-                smallest = std::min(smallest, cv::norm(at(row, column) - at(row - 1, column)));
-            }
+    for (std::size_t i = 0; i < corners.size(); ++i) {
+        if (i % columns > 0) {
+            smallest = std::min(smallest, cv::norm(corners[i] - corners[i - 1]));
+        }
+        if (i >= columns) {
+            smallest = std::min(smallest, cv::norm(corners[i] - corners[i - columns]));
         }
     }
     return smallest;

@@ -17,7 +17,7 @@ struct Camera
 {
     cv::Mat matrix;
     cv::Mat distortion;
-    double rms;
+    double rms = 0;
 };
 
 struct Fit
@@ -26,7 +26,7 @@ struct Fit
     Camera right;
     cv::Mat rotation;
     cv::Mat translation;
-    double rms;
+    double rms = 0;
     std::vector<double> viewErrors; ///< px, the larger one of both cameras
 };
 
@@ -34,6 +34,7 @@ std::vector<Corners> collect(const std::vector<BoardView>& views, const std::vec
                              Corners BoardView::*side)
 {
     std::vector<Corners> corners;
+    corners.reserve(used.size());
     for (const std::size_t view : used) {
         corners.push_back(views[view].*side);
     }

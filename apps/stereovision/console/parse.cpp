@@ -2,6 +2,7 @@
 
 #include "failure.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <optional>

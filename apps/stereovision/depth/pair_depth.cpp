@@ -109,7 +109,7 @@ PairDepth computePairDepth(const Stereo& stereo, const ImagePair& pair)
 
     // The matcher marks a pixel without a match by one less than the smallest disparity that it searched.
     const cv::Mat unmatched = result.disparity <= search.minDisparity - 1;
-    result.disparity.setTo(std::numeric_limits<float>::infinity(), unmatched);
+    result.disparity.setTo(std::numeric_limits<double>::infinity(), unmatched);
     return result;
 }
 

@@ -131,7 +131,7 @@ cv::Mat drawDisparity(const cv::Mat& disparity, const std::function<double(doubl
     constexpr int lowestScale = 120;
     const Range range = findRange(disparity);
     cv::Mat colours = colourise(disparity, range);
-    colours.setTo(cv::Scalar::all(0), disparity == std::numeric_limits<float>::infinity());
+    colours.setTo(cv::Scalar::all(0), disparity == std::numeric_limits<double>::infinity());
 
     const int height = std::max(disparity.rows, lowestScale);
     const cv::Mat scale = drawScale(range, height, depthAt);

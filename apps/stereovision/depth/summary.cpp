@@ -18,7 +18,7 @@ bool isTrusted(const cv::Vec3f& point)
 
 DepthSummary summarise(const PairDepth& depth)
 {
-    const cv::Mat matched = depth.disparity < std::numeric_limits<float>::infinity();
+    const cv::Mat matched = depth.disparity < std::numeric_limits<double>::infinity();
     DepthSummary summary{};
     summary.matchedPercent = 100.0 * cv::countNonZero(matched) / static_cast<double>(matched.total());
 
