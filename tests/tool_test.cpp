@@ -360,6 +360,8 @@ const Misuse misuses[] = {
     {"NoNumber", "$DEPTH --window x", "--window"},
     {"UnevenDisparities", "$DEPTH --disparities 20", "--disparities 20"},
     {"TooManyDisparities", "$DEPTH --disparities 320", "--disparities"},
+    {"TooSmallBlock", "$DEPTH --resize 0.5 --window 5", "larger --window"},
+    {"TooLargeBlock", "$DEPTH --window 255", "smaller --window"},
     {"EvenBlockOfThirdSize", "$DEPTH --resize 0.3", "sgbm"},
     {"NoWholePixels", "$DEPTH --resize 0.33", "--resize"},
     {"NoDepth", "$DEPTH --max-depth 0", "--max-depth"},

@@ -50,11 +50,14 @@ Search adaptSearch(const Stereo& stereo, int scale)
 void requireFittingSearch(const Stereo& stereo, const Search& search, const cv::Size& image)
 {
     const std::string images = "for images of " + formatSize(image) + " ";
-    if (search.block < 1 || search.block >= image.height) {
-        throw Failure(images + "--window " + std::to_string(stereo.getWindowSize()) +
-                      " does not fit: choose another --window or larger images");
+    const bool isBlockMatcher = stereo.getStereoAlgorithm() == Stereo::BM;
+    const int smallest = isBlockMatcher ? 5 : 1; // px, that the matcher takes
+    if (search.block < smallest || search.block >= image.height) {
+        throw Failure(images + "the blocks would be " + std::to_string(search.block) + " px, which is too " +
+                      (search.block < smallest ? "small: choose a larger" : "large: choose a smaller") +
+                      " --window (" + std::to_string(stereo.getWindowSize()) + ")");
     }
-    if (stereo.getStereoAlgorithm() == Stereo::BM && search.block % 2 == 0) {
+    if (isBlockMatcher && search.block % 2 == 0) {
         throw Failure(
             images + "the block matcher would get blocks of " + std::to_string(search.block) +
             " px (--window less " + std::to_string(search.scale) +
