@@ -21,6 +21,11 @@ struct DepthCase
     float translation = -128; ///< -focal length * baseline
 };
 
+std::ostream& operator<<(std::ostream& out, const DepthCase& row)
+{
+    return out << row.imageSize << " of " << row.calibrationSize << " up to " << row.maxDepth;
+}
+
 CalibrationPair makeExactCalibrations(const DepthCase& row)
 {
     auto pair = makeCalibrations(row.calibrationSize.width, row.calibrationSize.height);
