@@ -23,7 +23,8 @@ struct DepthCase
 
 std::ostream& operator<<(std::ostream& out, const DepthCase& row)
 {
-    return out << row.imageSize << " of " << row.calibrationSize << " up to " << row.maxDepth;
+    return out << row.imageSize << " of " << row.calibrationSize << " depth to " << row.maxDepth
+               << " disparity from " << row.minDisparity << " translation " << row.translation;
 }
 
 CalibrationPair makeExactCalibrations(const DepthCase& row)
