@@ -93,21 +93,18 @@ TEST(LogService, ContainsAFailingSink)
     tarn::log::setSink({});
 }
 
-TEST(LogService, TakesRecordsFromManyThreads)
+TEST(LogService, LosesNoRecordOfManyThreads)
 {
     constexpr int threadCount = 8;
     constexpr int recordCount = 500;
     std::atomic<int> received{0};
-    const auto count = [&](const tarn::log::Record&) { ++received; };
-    tarn::log::setSink(count);
+    tarn::log::setSink([&](const tarn::log::Record&) { ++received; });
     std::vector<std::thread> threads(threadCount);
     for (std::thread& thread : threads) {
-        thread = std::thread([&] {
+        thread = std::thread([] {
             for (int i = 0; i < recordCount; ++i) {
-                const std::string name = "thread" + std::to_string(i % 7);
-                tarn::log::setLevel(name, LogLevel::Info);
-                tarn::log::log(LogLevel::Error, addCategory(name), "text", "", "", 0);
-                tarn::log::setSink(count);
+                auto* const category = addCategory("thread" + std::to_string(i));
+                tarn::log::log(LogLevel::Error, category, "text", "", "", 0);
             }
         });
     }

@@ -21,6 +21,12 @@ struct DepthCase
     float translation = -128; ///< -focal length * baseline
 };
 
+std::ostream& operator<<(std::ostream& out, const DepthCase& row)
+{
+    return out << row.imageSize << " of " << row.calibrationSize << " depth to " << row.maxDepth
+               << " disparity from " << row.minDisparity << " translation " << row.translation;
+}
+
 CalibrationPair makeExactCalibrations(const DepthCase& row)
 {
     auto pair = makeCalibrations(row.calibrationSize.width, row.calibrationSize.height);
