@@ -74,7 +74,7 @@ function(test_symbols)
     execute_process(COMMAND readelf -d ${LIBRARY} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
     string(REGEX MATCHALL "NEEDED[^\n]+" needed "${dynamic}")
     list(FILTER needed EXCLUDE REGEX
-        "\\[lib(opencv_(core|imgproc|calib3d)|tarn_log|stdc\\+\\+|m|gcc_s|c|asan|ubsan|tsan)[.]so")
+        "\\[lib(opencv_(core|imgproc|calib3d)|tarn_log|stdc\\+\\+|m|z|gcc_s|c|asan|ubsan|tsan)[.]so")
     if(needed)
         message(SEND_ERROR "Needed at run time: ${needed}")
     endif()
