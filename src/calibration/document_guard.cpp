@@ -21,6 +21,18 @@ namespace {
 /// A calibration takes some kilobytes; OpenCV needs about ten times the size of the document.
 constexpr std::size_t maxDocumentBytes = std::size_t{1} << 20;
 
+/// A calibration has four levels; a thousand take at most a megabyte of stack.
+constexpr std::size_t maxLevels = 1000;
+
+/// What a document is, by its first characters; OpenCV reads no other ones.
+enum class Format
+{
+    Yaml,
+    Xml,
+    Json,
+    Unknown,
+};
+
 /// The name of the file to open, without what OpenCV cuts off or changes.
 struct Source
 {
@@ -74,16 +86,164 @@ std::string inflate(const std::string& name)
     return text;
 }
 
-DocumentFormat findFormat(const std::string& text)
+bool startsWith(const std::string& text, std::size_t position, const char* start)
 {
-    const std::size_t start = text.compare(0, 3, "\xEF\xBB\xBF") == 0 ? 3 : 0;
-    const auto startsWith = [&](const char* signature) {
-        return text.compare(start, std::strlen(signature), signature) == 0;
-    };
-    return startsWith("%YAML")   ? DocumentFormat::Yaml
-           : startsWith("{")     ? DocumentFormat::Json
-           : startsWith("<?xml") ? DocumentFormat::Xml
-                                 : DocumentFormat::Unknown;
+    return text.compare(position, std::strlen(start), start) == 0;
+}
+
+/// The next place with content in YAML: behind blanks, line ends, comments and what follows a carriage return,
+/// which the parser drops.
+std::size_t findContent(const std::string& text, std::size_t position)
+{
+    for (;;) {
+        position = std::min(text.find_first_not_of(" \n", position), text.size());
+        if (position == text.size() || std::strchr("#\r", text[position]) == nullptr) {
+            return position;
+        }
+        position = std::min(text.find('\n', position), text.size());
+    }
+}
+
+void requireLevels(std::size_t levels)
+{
+    if (levels > maxLevels) {
+        throw std::invalid_argument("it is nested too deeply; keep the calibration in a file of its own");
+    }
+}
+
+/// Whatever stands between brackets and is certain not to hide one from a parser: no quotes, comments or keys.
+bool isPlain(char symbol)
+{
+    return ('0' <= symbol && symbol <= '9') || ('a' <= symbol && symbol <= 'z') ||
+           ('A' <= symbol && symbol <= 'Z') ||
+           (symbol != '\0' && std::strchr("_+-.,> \n", symbol) != nullptr);
+}
+
+/// The parsers recurse into every level, with up to a kilobyte of stack each.
+///
+/// Where a level ends depends on quotes, comments and escapes, which each parser takes in its own way. So only
+/// the end of a level with nothing but plain values in it counts as certain; every other level is taken as
+/// still open. That bounds the depth from above without parsing, and leaves long lists of numbers alone.
+void requireDepth(const std::string& text, bool isXml)
+{
+    std::size_t uncertain = 0;
+    std::size_t open = 0;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char symbol = text[i];
+        const bool isEndTag = isXml && startsWith(text, i, "</");
+        if (isXml ? symbol == '<' && !isEndTag : symbol == '[' || symbol == '{') {
+            ++open;
+        } else if (isXml ? isEndTag : symbol == ']' || symbol == '}') {
+            open -= std::min<std::size_t>(open, 1);
+            i += isEndTag ? 1 : 0;
+        } else if (!isPlain(symbol) && !startsWith(text, i, "\r\n")) {
+            uncertain += open;
+            open = 0;
+        }
+        requireLevels(uncertain + open);
+    }
+}
+
+/// Blocks of YAML nest without brackets: every level begins farther to the right than the one around it, so the
+/// columns in front of a line and the dashes and colons in it bound their number.
+void requireBlockDepth(const std::string& text)
+{
+    for (std::size_t begin = 0; begin < text.size();) {
+        const std::size_t end = std::min(text.find('\n', begin), text.size());
+        const std::size_t content = std::min(text.find_first_not_of(' ', begin), end);
+        std::size_t levels = content - begin;
+        for (std::size_t i = content; i < end; ++i) {
+            const char next = i + 1 < end ? text[i + 1] : ' ';
+            const bool isSign = next == '.' || ('0' <= next && next <= '9');
+            levels += text[i] == ':' || (text[i] == '-' && !isSign);
+        }
+        requireLevels(levels);
+        begin = end + 1;
+    }
+}
+
+std::size_t columnOf(const std::string& text, std::size_t position)
+{
+    return position - (text.substr(0, position).rfind('\n') + 1);
+}
+
+/// Goes from the first key of a document to what follows its end.
+std::size_t skipDocument(const std::string& text, std::size_t position)
+{
+    const std::size_t column = columnOf(text, position);
+    bool holds = std::strchr("[{!", text[position]) == nullptr;
+    // In an indented document "..." may count in the middle of a line too.
+    holds = holds && (column == 0 || text.find("...", position) == std::string::npos);
+    while (holds && position < text.size() &&
+           !(startsWith(text, position, "...") && columnOf(text, position) == column)) {
+        position = findContent(text, text.find('\n', position));
+        holds = position == text.size() || columnOf(text, position) >= column;
+    }
+    if (!holds) {
+        throw std::invalid_argument(
+            "its top level is no block of keys; write all of them at the beginning of lines");
+    }
+    return findContent(text, position + 3);
+}
+
+/// Behind the end of a document the parser waits for "---" without going on, and an end that is not "..." makes
+/// it go on in what an earlier line left in its buffer. Only a block at the beginning of the lines is sure to
+/// end with "..." or with the file.
+void requireDocuments(const std::string& text)
+{
+    bool isFirst = true;
+    for (std::size_t position = findContent(text, 0); position < text.size(); isFirst = false) {
+        if (text[position] == '%') { // a directive
+            position = findContent(text, text.find('\n', position));
+            continue;
+        }
+        const bool hasMark = startsWith(text, position, "---");
+        if (text[position] == '-' && !hasMark && !isFirst) {
+            throw std::invalid_argument("a list follows the end of a document; put \"---\" before it");
+        }
+        position = findContent(text, hasMark ? position + 3 : position);
+        if (position < text.size()) {
+            position = skipDocument(text, position);
+        }
+    }
+}
+
+/// The parser reads a value through null when the file ends, or a stray carriage return cuts it, behind "=".
+void requireAttributeValues(const std::string& text)
+{
+    for (std::size_t i = text.find('='); i != std::string::npos; i = text.find('=', i + 1)) {
+        std::size_t value = i;
+        do {
+            value = text.find_first_not_of(" \t\n", value + 1);
+        } while (value != std::string::npos && startsWith(text, value, "\r\n"));
+        if (value == std::string::npos || text[value] == '\r') {
+            throw std::invalid_argument("it ends behind the '=' of an attribute; copy or download it again");
+        }
+    }
+}
+
+/// The decoder loops for ever on data that is too short for its header or holds a blank.
+void requireNoBase64(const std::string& text, Format format)
+{
+    const std::vector<const char*> marks =
+        format == Format::Yaml
+            ? std::vector<const char*>{"!!binary", "!^binary", "!<tag:yaml.org,2002:binary"}
+        : format == Format::Json ? std::vector<const char*>{"$base64$"}
+                                 : std::vector<const char*>{"\"binary\"", "'binary'"};
+    for (const char* const mark : marks) {
+        if (text.find(mark) != std::string::npos) {
+            throw std::invalid_argument("it holds base64 data; write the matrices as plain numbers");
+        }
+    }
+}
+
+Format findFormat(const std::string& text)
+{
+    const std::size_t start = startsWith(text, 0, "\xEF\xBB\xBF") ? 3 : 0;
+    return startsWith(text, start, "%YAML")   ? Format::Yaml
+           : startsWith(text, start, "{")     ? Format::Json
+           : startsWith(text, start, "<?xml") ? Format::Xml
+                                              : Format::Unknown;
 }
 
 void inspectFile(const Source& source)
@@ -99,8 +259,8 @@ void inspectFile(const Source& source)
         return; // a directory or a missing file: OpenCV says so
     }
     const std::string text = source.compressed ? inflate(source.name) : readPlain(source.name);
-    const DocumentFormat format = findFormat(text);
-    if (format == DocumentFormat::Unknown) {
+    const Format format = findFormat(text);
+    if (format == Format::Unknown) {
         return; // OpenCV reads no further either
     }
     // Little memory compresses to next to nothing, and the time and memory of the parsing grow with the size.
@@ -112,7 +272,14 @@ void inspectFile(const Source& source)
     if (text.find('\0') != std::string::npos) {
         throw std::invalid_argument("it holds a NUL byte; write it as text");
     }
-    requireSafeSyntax(format, text);
+    requireNoBase64(text, format);
+    requireDepth(text, format == Format::Xml);
+    if (format == Format::Yaml) {
+        requireBlockDepth(text);
+        requireDocuments(text);
+    } else if (format == Format::Xml) {
+        requireAttributeValues(text);
+    }
 }
 
 /// The number of channels that an element type such as "3f" gives, or -1 when OpenCV cannot count them.

@@ -1,0 +1,169 @@
+#include "support/process.h"
+#include "support/scratch_folder.h"
+
+#include <tarn/log.h>
+#include <vision/calibration.h>
+
+#include <opencv2/core.hpp>
+
+#include <gmock/gmock.h>
+
+#include <ctime>
+#include <iostream>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <zlib.h>
+
+namespace {
+
+/// Prints "WIDTH CAMERA-MATRIX", or what was thrown; exits with 0 if that took little time and memory.
+[[noreturn]] void loadAndExit(const std::string& file)
+{
+    alarm(10);
+    tarn::log::setLevel("vision.stereo.calibration", tarn::LogLevel::None);
+    const auto peak = [] {
+        rusage use{};
+        getrusage(RUSAGE_SELF, &use);
+        return use.ru_maxrss;
+    };
+    const long kilobytes = peak();
+    const std::clock_t start = std::clock(); // of this process alone
+    try {
+        vision::Calibration calibration;
+        calibration.load(file);
+        std::cerr << calibration.width << ' ' << calibration.cameraMatrix;
+    } catch (const std::exception& error) {
+        std::cerr << error.what();
+    }
+    const bool isFast = std::clock() - start < CLOCKS_PER_SEC / 5;
+    std::_Exit(isFast && peak() - kilobytes < 100'000 ? 0 : 1);
+}
+
+void expectReport(const std::string& file, const std::string& expected)
+{
+    EXPECT_EXIT(loadAndExit(file), testing::ExitedWithCode(0), testing::HasSubstr(expected)) << file;
+}
+
+std::string repeat(const std::string& text, int count)
+{
+    std::string all;
+    while (count-- > 0) {
+        all += text;
+    }
+    return all;
+}
+
+const std::string dataFolder = DATA_DIR;
+
+class MalformedFile : public testing::Test
+{
+protected:
+    /// Compresses if the name ends so.
+    std::string write(const std::string& name, const std::string& text) const
+    {
+        std::string path = folder.path() + '/' + name;
+        const gzFile file = gzopen(path.c_str(), name.find(".gz") == std::string::npos ? "wbT" : "wb");
+        gzwrite(file, text.data(), static_cast<unsigned>(text.size()));
+        gzclose(file);
+        return path;
+    }
+
+    const support::ScratchFolder folder;
+    const std::string yaml =
+        "%YAML:1.0\nwidth: 640\ncameraMatrix: { dt: f, rows: 1, cols: 2, data: [1, 2] }\n";
+    const std::string fields = "640 [1, 2]";
+};
+
+TEST_F(MalformedFile, CrashesAndStallsNothing)
+{
+    const std::pair<const char*, const char*> rows[] = {
+        {"base64.yml", "base64"},
+        {"base64-blank.yml", "base64"},
+        {"base64.json", "base64"},
+        {"list-behind-document.yml", "list follows the end"},
+        {"ends-behind-equals.xml", "ends behind the '='"},
+        {"nul.xml", "NUL"},
+        {"blank-key.yml", "basic_string"},
+        {"deep.json.gz", "64 levels"},
+        {"sizes-33.yml", "32 dimensions"},
+        {"sizes-64.yml", "32 dimensions"},
+        {"dt-200-symbols.yml", "dt is no element type"},
+        {"dt-count-to-zero.yml", "dt is no element type"},
+        {"dt-count-uninitialised.yml", "dt is no element type"},
+        {"sizes-overflow.yml", "larger than its file"},
+        {"header-only.yml", "0 []"},
+        {"text-as-width.yml", "2147483647 []"},
+    };
+    for (const auto& [name, expected] : rows) {
+        expectReport(dataFolder + "/malformed/" + name, expected);
+    }
+}
+
+TEST_F(MalformedFile, IsNoneThatIsMerelyOdd)
+{
+    for (const std::string name : {"odd.yml", "odd.json", "odd.xml"}) {
+        const std::string text = support::readFile(dataFolder + "/odd/" + name);
+        expectReport(write(name, text), fields);
+        expectReport(write(name + ".gz", text) + "9?base64", fields); // the name ends before the digit
+        std::filesystem::rename(folder.path() + '/' + name, folder.path() + "/plain.gz");
+        expectReport(folder.path() + "/plain.gz", fields);
+        std::string crlf;
+        for (const char symbol : text) {
+            crlf += symbol == '\n' ? "\r\n" : std::string(1, symbol);
+        }
+        expectReport(write(name, crlf), fields);
+    }
+    const int room = (1 << 20) - static_cast<int>(yaml.size());
+    expectReport(write("large.yml", yaml + "x: [0" + repeat(",0", room / 2 - 4) + "]\n"), fields);
+}
+
+TEST_F(MalformedFile, IsOneNestedTooDeeply)
+{
+    const std::string json = R"({"width":640,"cameraMatrix":{"dt":"f","rows":1,"cols":2,"data":[1,2]},"x\":)";
+    const std::string xml = "<?xml version='1.0'?><opencv_storage><width>640</width><cameraMatrix><dt>f</dt>"
+                            "<rows>1</rows><cols>2</cols><data>1 2</data></cameraMatrix>";
+    const auto expectNested = [&](int levels, const std::string& expected) {
+        const auto nest = [=](const std::string& open, const std::string& close, int perPair = 1) {
+            return repeat(open, (levels - 1) / perPair) + '1' + repeat(close, (levels - 1) / perPair);
+        };
+        expectReport(write("flow.yml", yaml + "x: " + nest("[", "]") + '\n'), expected);
+        expectReport(write("keys.yml", yaml + "x: " + nest("[{ a]]: ", "}]", 2) + '\n'), expected);
+        expectReport(write("map.yml", yaml + repeat("a:", levels) + " 1\n"), expected);
+        expectReport(write("list.yml", yaml + "x:\n " + repeat("- ", levels - 1) + "1\n"), expected);
+        expectReport(write("texts.json", json + nest(R"([ "]\"", )", "]") + '}'), expected);
+        expectReport(write("tags.xml", xml + nest("<a b='</a>'>", "</a>") + "</opencv_storage>"), expected);
+    };
+    expectNested(64, fields);
+    expectNested(65, "64 levels");
+    expectNested(20000, "64 levels");
+}
+
+TEST_F(MalformedFile, IsOneThatIsNoFileOfLimitedSize)
+{
+    const std::string fifo = folder.path() + "/fifo.yml";
+    const std::string missing = folder.path() + "/none.yml";
+    const std::string blanks(std::size_t{200} << 20, ' ');
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    expectReport(fifo, "no regular file");
+    expectReport("/dev/zero", "no regular file");
+    expectReport(folder.path(), "OpenCV");
+    expectReport(missing, "Failed to open file: \"" + missing + "\".");
+    expectReport(write("bomb.yml.gz", "%YAML:1.0\n" + blanks), "1 MiB");
+    expectReport(write("large.json", '{' + blanks.substr(0, 1 << 20)), "1 MiB");
+    expectReport(write("large.dat", blanks.substr(0, 1 << 21)), "OpenCV");
+}
+
+TEST_F(MalformedFile, IsLoggedLikeAnyUnreadableOne)
+{
+    const std::string file = dataFolder + "/malformed/base64.yml";
+    const std::string text =
+        "Refused file: \"" + file + "\": it holds base64 data; write the matrices as plain numbers.";
+    std::string logged;
+    tarn::log::setSink([&](const tarn::log::Record& record) { logged += record.message; });
+    EXPECT_THROW(vision::Calibration().load(file), std::invalid_argument);
+    tarn::log::setSink({});
+    EXPECT_EQ(logged, "Cannot read calibration file \"" + file + "\": " + text);
+}
+
+} // namespace
