@@ -28,6 +28,7 @@ void* counted(void* block)
 } // namespace
 
 // The program's own definitions come before those of the C library, for every library in the process.
+// NOLINTBEGIN(bugprone-reserved-identifier,readability-identifier-naming)
 extern "C" {
 
 void* __libc_malloc(std::size_t size);
@@ -65,6 +66,7 @@ void free(void* block)
 }
 
 } // extern "C"
+// NOLINTEND(bugprone-reserved-identifier,readability-identifier-naming)
 
 void heap::startCounting()
 {

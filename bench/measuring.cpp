@@ -36,6 +36,7 @@ std::vector<Result> compare(const std::vector<Contender>& contenders, int rounds
 {
     const std::size_t count = contenders.size();
     std::vector<Result> results;
+    results.reserve(count);
     for (const Contender& contender : contenders) {
         results.push_back({contender.name, {}, {}, heapOf(contender.run)});
     }

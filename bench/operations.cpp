@@ -37,29 +37,6 @@ Frame& frameOf(const cv::Size& size)
     return frames.try_emplace(size.width, size).first->second;
 }
 
-/// What a benchmark runs and how.
-struct Setting
-{
-    Stereo::StereoAlgorithm algorithm = Stereo::BM;
-    int disparities = 80;
-    int threads = -1; ///< -1 leaves the number to OpenCV
-};
-
-template <typename Operation>
-void add(const std::string& name, const cv::Size& size, const Setting& setting, Operation operation)
-{
-    const auto run = [=](benchmark::State& state) {
-        Frame& frame = frameOf(size);
-        frame.stereo.setStereoAlgorithm(setting.algorithm);
-        frame.stereo.setDisparityNumber(setting.disparities);
-        cv::setNumThreads(setting.threads);
-        for (auto _ : state) {
-            benchmark::DoNotOptimize(std::invoke(operation, frame));
-        }
-    };
-    benchmark::RegisterBenchmark(name.c_str(), run)->UseRealTime()->Unit(benchmark::kMillisecond);
-}
-
 struct Operation
 {
     std::string name;
@@ -67,49 +44,62 @@ struct Operation
     Stereo::StereoAlgorithm algorithm = Stereo::BM;
 };
 
-void addBySize()
+const Operation bmDisparity{"disparity-bm", &Frame::computeDisparity};
+const Operation sgbmDisparity{"disparity-sgbm", &Frame::computeDisparity, Stereo::SGBM};
+
+/// @param cores -1 leaves their number to OpenCV
+void add(const Operation& operation, const std::string& suffix, const cv::Size& size, int disparities = 80,
+         int cores = -1)
+{
+    const auto run = [=](benchmark::State& state) {
+        Frame& frame = frameOf(size);
+        frame.stereo.setStereoAlgorithm(operation.algorithm);
+        frame.stereo.setDisparityNumber(disparities);
+        cv::setNumThreads(cores);
+        for (auto _ : state) {
+            benchmark::DoNotOptimize(operation.run(frame));
+        }
+    };
+    benchmark::RegisterBenchmark((operation.name + suffix).c_str(), run)
+        ->UseRealTime()
+        ->Unit(benchmark::kMillisecond);
+}
+
+void addAll(const std::string& file)
 {
     const Operation operations[] = {
         {"transforms", [](const Frame& f) { return f.stereo.computeImageTransforms(f.size).leftMapX; }},
         {"rectify", [](const Frame& f) { return f.stereo.rectifyImages(f.raw.first, f.raw.second).first; }},
-        {"disparity-bm", &Frame::computeDisparity},
-        {"disparity-sgbm", &Frame::computeDisparity, Stereo::SGBM},
+        bmDisparity,
+        sgbmDisparity,
         {"depth", [](const Frame& f) { return f.stereo.computeDepth(f.disparity); }},
         {"frame-bm", &Frame::run},
         {"frame-sgbm", &Frame::run, Stereo::SGBM},
     };
     for (const Operation& operation : operations) {
         for (const cv::Size& size : bench::sizes) {
-            add(operation.name + "/" + bench::nameOf(size), size, {operation.algorithm}, operation.run);
+            add(operation, "/" + bench::nameOf(size), size);
         }
-        for (const int threads : {1, 2}) {
-            add(operation.name + "/cores:" + std::to_string(threads), {1280, 960},
-                {operation.algorithm, 80, threads}, operation.run);
+        for (const int cores : {1, 2}) {
+            add(operation, "/cores:" + std::to_string(cores), {1280, 960}, 80, cores);
         }
     }
-}
-
-void addByDisparities()
-{
     for (const int disparities : {16, 32, 64, 128, 256}) {
         const std::string suffix = "/disparities:" + std::to_string(disparities);
-        add("disparity-bm" + suffix, {640, 480}, {Stereo::BM, disparities}, &Frame::computeDisparity);
-        add("disparity-sgbm" + suffix, {640, 480}, {Stereo::SGBM, disparities}, &Frame::computeDisparity);
+        add(bmDisparity, suffix, {640, 480}, disparities);
+        add(sgbmDisparity, suffix, {640, 480}, disparities);
     }
-}
-
-void addFiles(const std::string& file)
-{
-    const cv::Size size{640, 480};
-    add("calibration-save", size, {}, [file](const Frame& frame) {
+    const auto save = [file](const Frame& frame) {
         frame.calibrations.left.save(file);
-        return true;
-    });
-    add("calibration-load", size, {}, [file](const Frame&) {
+        return cv::Mat();
+    };
+    const auto load = [file](const Frame&) {
         vision::Calibration calibration;
         calibration.load(file);
-        return calibration;
-    });
+        return calibration.cameraMatrix;
+    };
+    add({"calibration-save", save}, "", {640, 480});
+    add({"calibration-load", load}, "", {640, 480});
 }
 
 } // namespace
@@ -118,9 +108,7 @@ int main(int argc, char** argv)
 {
     const auto file =
         std::filesystem::temp_directory_path() / ("calibration-" + std::to_string(getpid()) + ".yml");
-    addBySize();
-    addByDisparities();
-    addFiles(file.string());
+    addAll(file.string());
     support::makeCalibrations().left.save(file.string());
     benchmark::Initialize(&argc, argv);
     if (benchmark::ReportUnrecognizedArguments(argc, argv)) {

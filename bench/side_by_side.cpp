@@ -4,9 +4,7 @@
 /// Prints tables (Markdown) and writes the same numbers to the file.
 #include "frame.h"
 #include "measuring.h"
-#ifdef HAS_STEREO_PROCESSOR
 #include "stereo_processor.h"
-#endif
 
 #include "support/oracle.h"
 
@@ -17,8 +15,8 @@
 #include <cstring>
 #include <fstream>
 #include <iostream>
-#include <map>
 #include <stdexcept>
+#include <tuple>
 
 namespace {
 
@@ -47,12 +45,12 @@ struct ByHand
     std::vector<cv::Mat> computeMaps() const
     {
         std::vector<cv::Mat> maps(4);
-        for (const auto* camera : {&frame.calibrations.left, &frame.calibrations.right}) {
-            const std::size_t first = camera == &frame.calibrations.left ? 0 : 2;
-            cv::initUndistortRectifyMap(camera->cameraMatrix, camera->distortion, camera->rectificationMatrix,
-                                        camera->projectionMatrix.colRange(0, 3), frame.size, CV_32FC1,
-                                        maps[first], maps[first + 1]);
-        }
+        const auto compute = [&](const vision::Calibration& camera, cv::Mat& x, cv::Mat& y) {
+            cv::initUndistortRectifyMap(camera.cameraMatrix, camera.distortion, camera.rectificationMatrix,
+                                        camera.projectionMatrix.colRange(0, 3), frame.size, CV_32FC1, x, y);
+        };
+        compute(frame.calibrations.left, maps[0], maps[1]);
+        compute(frame.calibrations.right, maps[2], maps[3]);
         return maps;
     }
 
@@ -77,28 +75,28 @@ struct ByHand
     cv::Mat q;
 };
 
-void requireSame(const std::string& what, const cv::Mat& ours, const cv::Mat& byHand)
-{
-    const bool sameShape = ours.size() == byHand.size() && ours.type() == byHand.type();
-    if (!sameShape || std::memcmp(ours.data, byHand.data, ours.total() * ours.elemSize()) != 0) {
-        throw std::runtime_error(what + ": ours differs from the OpenCV calls");
-    }
-}
-
-void requireSameBits(Frame& frame, const ByHand& byHand)
+void requireSameBits(const Frame& frame, const ByHand& byHand)
 {
     const auto transforms = frame.stereo.computeImageTransforms(frame.size);
-    requireSame("left map x", transforms.leftMapX, byHand.left.first);
-    requireSame("left map y", transforms.leftMapY, byHand.left.second);
-    requireSame("right map x", transforms.rightMapX, byHand.right.first);
-    requireSame("right map y", transforms.rightMapY, byHand.right.second);
-    requireSame("reprojection", transforms.reprojectionMatrix, byHand.q);
     const auto rectified = byHand.rectify();
-    requireSame("left image", frame.rectified.first, rectified.first);
-    requireSame("right image", frame.rectified.second, rectified.second);
     const cv::Mat disparity = frame.computeDisparity();
-    requireSame("disparity", disparity, byHand.computeDisparity(rectified));
-    requireSame("depth", frame.stereo.computeDepth(disparity), byHand.computeDepth(disparity));
+    const std::tuple<const char*, cv::Mat, cv::Mat> pairs[] = {
+        {"left map x", transforms.leftMapX, byHand.left.first},
+        {"left map y", transforms.leftMapY, byHand.left.second},
+        {"right map x", transforms.rightMapX, byHand.right.first},
+        {"right map y", transforms.rightMapY, byHand.right.second},
+        {"reprojection", transforms.reprojectionMatrix, byHand.q},
+        {"left image", frame.rectified.first, rectified.first},
+        {"right image", frame.rectified.second, rectified.second},
+        {"disparity", disparity, byHand.computeDisparity(rectified)},
+        {"depth", frame.stereo.computeDepth(disparity), byHand.computeDepth(disparity)},
+    };
+    for (const auto& [what, ours, theirs] : pairs) {
+        const bool sameShape = ours.size() == theirs.size() && ours.type() == theirs.type();
+        if (!sameShape || std::memcmp(ours.data, theirs.data, ours.total() * ours.elemSize()) != 0) {
+            throw std::runtime_error(std::string(what) + " differs from the OpenCV calls");
+        }
+    }
 }
 
 std::string text(double value)
@@ -160,64 +158,47 @@ private:
     int _bytesPerPixel;
 };
 
-/// All stages of one size against the same calls by hand and against the other package.
-void compareStages(const cv::Size& size)
+/// All stages of a frame against the same calls by hand and against the other package.
+void compareStages(const cv::Size& size, Stereo::StereoAlgorithm algorithm)
 {
-    std::vector<std::string> names{"ours", "by hand"};
-#ifdef HAS_STEREO_PROCESSOR
-    names.emplace_back("StereoProcessor");
-#endif
-    const Table table("Stages at " + bench::nameOf(size) + ", all cores", names);
     Frame frame(size);
+    frame.stereo.setStereoAlgorithm(algorithm);
     const Stereo& stereo = frame.stereo;
     const ByHand byHand(frame);
-    const auto compare = [&](const std::string& stage, const std::vector<std::function<void()>>& runs) {
-        std::vector<Contender> contenders;
-        for (std::size_t i = 0; i < runs.size(); ++i) {
-            contenders.push_back({names[i], runs[i]});
+    requireSameBits(frame, byHand);
+    bench::Stages ours{
+        {"rectify", [&] { (void)stereo.rectifyImages(frame.raw.first, frame.raw.second); }},
+        {"disparity", [&] { (void)frame.computeDisparity(); }},
+        {"depth", [&] { (void)stereo.computeDepth(frame.disparity); }},
+        {"frame", [&] { (void)frame.run(); }},
+    };
+    bench::Stages calls{
+        {"rectify", [&] { (void)byHand.rectify(); }},
+        {"disparity", [&] { (void)byHand.computeDisparity(frame.rectified); }},
+        {"depth", [&] { (void)byHand.computeDepth(frame.disparity); }},
+        {"frame", [&] { (void)byHand.computeDepth(byHand.computeDisparity(byHand.rectify())); }},
+    };
+    bench::Stages others = bench::stereoProcessorStages(frame);
+
+    std::vector<std::string> names{"ours", "by hand"};
+    if (!others.empty()) {
+        names.emplace_back("StereoProcessor");
+    }
+    const Table table("Stages at " + bench::nameOf(size) + (algorithm == Stereo::BM ? ", BM" : ", SGBM"),
+                      names);
+    for (const char* stage : {"rectify", "disparity", "depth", "frame"}) {
+        std::vector<Contender> contenders{{names[0], ours[stage]}, {names[1], calls[stage]}};
+        if (!others.empty()) {
+            contenders.push_back({names[2], others[stage]});
         }
         table.add(stage, size, measuring::compare(contenders, rounds));
-    };
-
-    for (const auto algorithm : {Stereo::BM, Stereo::SGBM}) {
-        frame.stereo.setStereoAlgorithm(algorithm);
-        requireSameBits(frame, byHand);
-        std::map<std::string, std::vector<std::function<void()>>> stages{
-            {"rectify",
-             {[&] { (void)stereo.rectifyImages(frame.raw.first, frame.raw.second); },
-              [&] { (void)byHand.rectify(); }}},
-            {"disparity",
-             {[&] { (void)frame.computeDisparity(); },
-              [&] { (void)byHand.computeDisparity(frame.rectified); }}},
-            {"depth",
-             {[&] { (void)stereo.computeDepth(frame.disparity); },
-              [&] { (void)byHand.computeDepth(frame.disparity); }}},
-            {"frame",
-             {[&] { (void)frame.run(); },
-              [&] { (void)byHand.computeDepth(byHand.computeDisparity(byHand.rectify())); }}},
-        };
-#ifdef HAS_STEREO_PROCESSOR
-        bench::StereoProcessor other(frame);
-        other.run();
-        stages["rectify"].emplace_back([&] { other.rectify(); });
-        stages["disparity"].emplace_back([&] { other.computeDisparity(); });
-        stages["depth"].emplace_back([&] { other.computeDepth(); });
-        stages["frame"].emplace_back([&] { other.run(); });
-#endif
-        const std::string matcher = algorithm == Stereo::BM ? ", BM" : ", SGBM";
-        if (algorithm == Stereo::BM) { // these do not depend on the matcher
-            compare("rectify", stages["rectify"]);
-            compare("depth", stages["depth"]);
-        }
-        compare("disparity" + matcher, stages["disparity"]);
-        compare("frame" + matcher, stages["frame"]);
     }
 }
 
 /// Once per image size: the maps of both cameras.
 void compareTransforms()
 {
-    const Table table("Transforms, all cores", {"ours", "by hand"});
+    const Table table("Transforms", {"ours", "by hand"});
     for (const cv::Size& size : bench::sizes) {
         const Frame frame(size);
         const ByHand byHand(frame);
@@ -237,23 +218,24 @@ void forEachRow(const cv::Mat& disparity, cv::Mat& points, Pass pass)
         {0, disparity.rows},
         [&](const cv::Range& band) {
             for (int y = band.start; y < band.end; ++y) {
-                pass(disparity.ptr<float>(y), points.ptr<float>(y), disparity.cols);
+                pass(disparity.ptr<float>(y), points.ptr<cv::Vec3f>(y), disparity.cols);
             }
         },
         static_cast<double>(disparity.total()) / 16384);
 }
 
-void spread(const float* disparity, float* points, int columns)
+void spread(const float* disparity, cv::Vec3f* points, int columns)
 {
     for (int x = 0; x < columns; ++x) {
-        points[3 * x] = points[3 * x + 1] = points[3 * x + 2] = disparity[x];
+        points[x] = cv::Vec3f::all(disparity[x]);
     }
 }
 
-void copy(const float* disparity, float* points, int columns)
+void copy(const float* disparity, cv::Vec3f* points, int columns)
 {
-    for (int part = 0; part < 3; ++part) {
-        std::memcpy(points + part * columns, disparity, static_cast<std::size_t>(columns) * sizeof(float));
+    const auto count = static_cast<std::size_t>(columns);
+    for (std::size_t part = 0; part < 3; ++part) {
+        std::memcpy(points->val + part * count, disparity, count * sizeof(float));
     }
 }
 
@@ -302,7 +284,8 @@ int main(int argc, char** argv)
         std::cout << "OpenCV " << CV_VERSION << ", " << cv::getNumThreads() << " threads, " << rounds
                   << " rounds; medians, ratios with quartiles\n";
         for (const cv::Size& size : comparedSizes) {
-            compareStages(size);
+            compareStages(size, Stereo::BM);
+            compareStages(size, Stereo::SGBM);
         }
         compareTransforms();
         compareDepthWithMemory();

@@ -1,5 +1,6 @@
 #include "stereo_processor.h"
 
+#ifdef HAS_STEREO_PROCESSOR
 #include <sensor_msgs/image_encodings.h>
 #include <stereo_image_proc/processor.h>
 
@@ -39,15 +40,29 @@ sensor_msgs::CameraInfo toMessage(const vision::Calibration& calibration)
     return message;
 }
 
-} // namespace
-
-struct StereoProcessor::State
+/// Works on the images of the frame with its calibrations and matcher parameters.
+struct State
 {
-    Processor processor;
-    image_geometry::StereoCameraModel model;
-    sensor_msgs::ImageConstPtr left;
-    sensor_msgs::ImageConstPtr right;
-    stereo_image_proc::StereoImageSet output;
+    explicit State(const Frame& frame) : left(toMessage(frame.raw.first)), right(toMessage(frame.raw.second))
+    {
+        model.fromCameraInfo(toMessage(frame.calibrations.left), toMessage(frame.calibrations.right));
+        const vision::Stereo& stereo = frame.stereo;
+        processor.setStereoType(stereo.getStereoAlgorithm() == vision::Stereo::BM ? Processor::BM
+                                                                                  : Processor::SGBM);
+        processor.setPreFilterSize(stereo.getPreFilterSize());
+        processor.setPreFilterCap(stereo.getPreFilterCap());
+        processor.setCorrelationWindowSize(stereo.getWindowSize());
+        processor.setMinDisparity(stereo.getMinDisparity() - 1); // what ours gives the matcher
+        processor.setDisparityRange(stereo.getDisparityNumber());
+        processor.setTextureThreshold(stereo.getTextureThreshold());
+        processor.setUniquenessRatio(static_cast<float>(stereo.getUniquenessRatio()));
+        processor.setSpeckleSize(stereo.getSpeckleWindowSize());
+        processor.setSpeckleRange(stereo.getSpeckleRange());
+        processor.setSgbmMode(cv::StereoSGBM::MODE_SGBM);
+        processor.setP1(0);
+        processor.setP2(0);
+        processor.setDisp12MaxDiff(0);
+    }
 
     void process(int flags)
     {
@@ -55,65 +70,53 @@ struct StereoProcessor::State
             throw std::runtime_error("StereoProcessor refuses the frame");
         }
     }
+
+    void project()
+    {
+        auto& image = output.disparity.image;
+        const cv::Mat disparity(static_cast<int>(image.height), static_cast<int>(image.width), CV_32FC1,
+                                image.data.data(), image.step);
+        cv::Mat points;
+        model.projectDisparityImageTo3d(disparity, points, true);
+    }
+
+    Processor processor;
+    image_geometry::StereoCameraModel model;
+    sensor_msgs::ImageConstPtr left;
+    sensor_msgs::ImageConstPtr right;
+    stereo_image_proc::StereoImageSet output;
 };
 
-StereoProcessor::StereoProcessor(const Frame& frame) : _state(std::make_unique<State>())
+} // namespace
+
+Stages stereoProcessorStages(const Frame& frame)
 {
-    _state->left = toMessage(frame.raw.first);
-    _state->right = toMessage(frame.raw.second);
-    _state->model.fromCameraInfo(toMessage(frame.calibrations.left), toMessage(frame.calibrations.right));
-
-    Processor& processor = _state->processor;
-    const vision::Stereo& stereo = frame.stereo;
-    const bool isBlockMatcher = stereo.getStereoAlgorithm() == vision::Stereo::BM;
-    processor.setStereoType(isBlockMatcher ? Processor::BM : Processor::SGBM);
-    processor.setInterpolation(cv::INTER_LINEAR);
-    processor.setPreFilterSize(stereo.getPreFilterSize());
-    processor.setPreFilterCap(stereo.getPreFilterCap());
-    processor.setCorrelationWindowSize(stereo.getWindowSize());
-    processor.setMinDisparity(stereo.getMinDisparity() - 1); // as ours gives it to the matcher
-    processor.setDisparityRange(stereo.getDisparityNumber());
-    processor.setTextureThreshold(stereo.getTextureThreshold());
-    processor.setUniquenessRatio(static_cast<float>(stereo.getUniquenessRatio()));
-    processor.setSpeckleSize(stereo.getSpeckleWindowSize());
-    processor.setSpeckleRange(stereo.getSpeckleRange());
-    processor.setSgbmMode(cv::StereoSGBM::MODE_SGBM);
-    processor.setP1(0);
-    processor.setP2(0);
-    processor.setDisp12MaxDiff(0);
-}
-
-StereoProcessor::~StereoProcessor() = default;
-
-void StereoProcessor::rectify()
-{
-    _state->process(Processor::LEFT_RECT | Processor::RIGHT_RECT);
-}
-
-void StereoProcessor::computeDisparity()
-{
-    const auto& output = _state->output;
-    _state->processor.processDisparity(output.left.rect, output.right.rect, _state->model,
-                                       _state->output.disparity);
-}
-
-void StereoProcessor::computeDepth()
-{
-    cv::Mat points;
-    _state->model.projectDisparityImageTo3d(disparity(), points, true);
-}
-
-void StereoProcessor::run()
-{
-    _state->process(Processor::DISPARITY);
-    computeDepth();
-}
-
-cv::Mat StereoProcessor::disparity() const
-{
-    auto& image = _state->output.disparity.image;
-    return {static_cast<int>(image.height), static_cast<int>(image.width), CV_32FC1, image.data.data(),
-            image.step};
+    const auto state = std::make_shared<State>(frame);
+    state->process(Processor::DISPARITY); // what the stages take
+    const auto matching = [state] {
+        const auto& output = state->output;
+        state->processor.processDisparity(output.left.rect, output.right.rect, state->model,
+                                          state->output.disparity);
+    };
+    return {
+        {"rectify", [state] { state->process(Processor::LEFT_RECT | Processor::RIGHT_RECT); }},
+        {"disparity", matching},
+        {"depth", [state] { state->project(); }},
+        {"frame",
+         [state] {
+             state->process(Processor::DISPARITY);
+             state->project();
+         }},
+    };
 }
 
 } // namespace bench
+
+#else
+
+bench::Stages bench::stereoProcessorStages(const Frame&)
+{
+    return {};
+}
+
+#endif

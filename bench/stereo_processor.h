@@ -1,33 +1,19 @@
-/// The frame of libstereo-image-proc-dev's StereoProcessor on the same images and settings.
+/// The stages of libstereo-image-proc-dev's StereoProcessor on the same images and settings.
 #ifndef BENCH_STEREO_PROCESSOR_H
 #define BENCH_STEREO_PROCESSOR_H
 
 #include "frame.h"
 
-#include <memory>
+#include <functional>
+#include <map>
 
 namespace bench {
 
-class StereoProcessor
-{
-public:
-    /// Takes over images, calibrations and matcher parameters.
-    explicit StereoProcessor(const Frame& frame);
-    ~StereoProcessor();
+using Stages = std::map<std::string, std::function<void()>>;
 
-    void rectify();
-    void computeDisparity();
-    /// Its projection into an image of points; blanks nothing and makes no message of it.
-    void computeDepth();
-    void run();
-
-    /// The last disparity.
-    cv::Mat disparity() const;
-
-private:
-    struct State;
-    std::unique_ptr<State> _state;
-};
+/// "rectify", "disparity", "depth" and "frame"; nothing where the package was not there when this was built.
+/// Its depth blanks nothing and is not packed into a message.
+Stages stereoProcessorStages(const Frame& frame);
 
 } // namespace bench
 
