@@ -7,9 +7,10 @@
 #include <opencv2/core.hpp>
 #include <tarn/log.h>
 
+#include <algorithm>
 #include <cfloat>
 #include <cmath>
-#include <cstring>
+#include <stdexcept>
 
 namespace {
 
@@ -38,7 +39,7 @@ cv::Mat randomMatrix(cv::RNG& random, const cv::Size& size, double oddProbabilit
 bool sameBits(float a, float b)
 {
     // Which NaN comes out of two is the compiler's choice, also inside OpenCV.
-    return std::memcmp(&a, &b, sizeof a) == 0 || (std::isnan(a) && std::isnan(b));
+    return (a == b && std::signbit(a) == std::signbit(b)) || (std::isnan(a) && std::isnan(b));
 }
 
 } // namespace
@@ -70,7 +71,8 @@ TEST(DepthOracle, EveryBitIsThatOfTheOpenCvCalls)
         }
         stereo.setMinDisparity(minDisparity);
         const cv::Mat q = stereo.computeImageTransforms(size).reprojectionMatrix;
-        const auto invalid = static_cast<float>(minDisparity / scale - 1) - 1.0f;
+        const int smallest = minDisparity / scale - 1;
+        const float invalid = static_cast<float>(smallest) - 1.0f;
         const float attained = depthOfOpenCv(disparity, q, INFINITY, -INFINITY).at<cv::Vec3f>(0, 0)[2];
         stereo.setMaxDepth(attained > 0 ? attained : round % 11 ? 20.0f : NAN);
 

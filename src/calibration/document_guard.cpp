@@ -1,7 +1,5 @@
 #include "calibration/document_guard.h"
 
-#include "calibration/document_syntax.h"
-
 #include <zlib.h>
 
 #include <algorithm>

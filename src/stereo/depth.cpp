@@ -46,7 +46,7 @@ float masked(float value, std::uint32_t mask)
 /// The zeros and ones of q are left out, since 0 * d changes nothing unless d is not finite: then the whole
 /// point is NaN.
 VISION_WIDE_VECTORS void reprojectRow(const float* disparity, int columns, int y, const cv::Matx44d& q,
-                                      Limits limits, float* points)
+                                      Limits limits, cv::Vec3f* points)
 {
     // Every block is computed in full length, the last one on leftovers: constant lengths vectorise best.
     constexpr int length = 64;
@@ -73,10 +73,8 @@ VISION_WIDE_VECTORS void reprojectRow(const float* disparity, int columns, int y
                       (d[i] <= limits.invalidDisparity ? 0 : ~0u);
         }
         for (int i = 0; i < count; ++i) {
-            float* point = points + 3 * (first + i);
-            point[0] = masked(pointX[i], kept[i]);
-            point[1] = masked(pointY[i], kept[i]);
-            point[2] = masked(pointZ[i], kept[i]);
+            points[first + i] = {masked(pointX[i], kept[i]), masked(pointY[i], kept[i]),
+                                 masked(pointZ[i], kept[i])};
         }
     }
 }
@@ -106,7 +104,7 @@ cv::Mat Stereo::computeDepth(const cv::Mat& disparity) const
         cv::Range(0, disparity.rows),
         [&](const cv::Range& band) {
             for (int y = band.start; y < band.end; ++y) {
-                reprojectRow(disparity.ptr<float>(y), disparity.cols, y, q, limits, points.ptr<float>(y));
+                reprojectRow(disparity.ptr<float>(y), disparity.cols, y, q, limits, points.ptr<cv::Vec3f>(y));
             }
         },
         static_cast<double>(disparity.total()) / pixelsPerTask);
