@@ -109,7 +109,7 @@ void requireLevels(std::size_t levels)
     }
 }
 
-/// Whatever stands between brackets and is certain not to hide one from a parser: no quotes, comments or keys.
+/// What is certain not to hide a bracket or tag from a parser, as quotes, comments and keys do.
 bool isPlain(char symbol)
 {
     return ('0' <= symbol && symbol <= '9') || ('a' <= symbol && symbol <= 'z') ||
@@ -119,23 +119,22 @@ bool isPlain(char symbol)
 
 /// The parsers recurse into every level, with up to a kilobyte of stack each.
 ///
-/// Where a level ends depends on quotes, comments and escapes, which each parser takes in its own way. So only
-/// the end of a level with nothing but plain values in it counts as certain; every other level is taken as
-/// still open. That bounds the depth from above without parsing, and leaves long lists of numbers alone.
+/// Where a level ends depends on quotes, comments, escapes and keys, which each parser takes in its own way. So
+/// only the end of a list or tag with nothing but plain values in it counts as certain; every other level is
+/// taken as still open. That bounds the depth from above without parsing, and leaves lists of numbers alone.
 void requireDepth(const std::string& text, bool isXml)
 {
     std::size_t uncertain = 0;
     std::size_t open = 0;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const char symbol = text[i];
-        const bool isEndTag = isXml && startsWith(text, i, "</");
-        if (isXml ? symbol == '<' && !isEndTag : symbol == '[' || symbol == '{') {
-            ++open;
-        } else if (isXml ? isEndTag : symbol == ']' || symbol == '}') {
+        const bool isEnd = isXml ? startsWith(text, i, "</") : text[i] == ']';
+        if (isEnd) {
             open -= std::min<std::size_t>(open, 1);
-            i += isEndTag ? 1 : 0;
-        } else if (!isPlain(symbol) && !startsWith(text, i, "\r\n")) {
-            uncertain += open;
+            i += isXml ? 1 : 0;
+        } else if (text[i] == (isXml ? '<' : '[')) {
+            ++open;
+        } else if (!isPlain(text[i]) && !startsWith(text, i, "\r\n")) {
+            uncertain += open + (text[i] == '{' ? 1 : 0);
             open = 0;
         }
         requireLevels(uncertain + open);
