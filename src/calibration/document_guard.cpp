@@ -161,7 +161,7 @@ void requireBlockDepth(const std::string& text)
 
 std::size_t columnOf(const std::string& text, std::size_t position)
 {
-    return position - (text.substr(0, position).rfind('\n') + 1);
+    return position - (text.rfind('\n', position) + 1);
 }
 
 /// Goes from the first key of a document to what follows its end.
