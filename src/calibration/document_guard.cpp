@@ -42,7 +42,7 @@ struct Source
 /// which reads uncompressed files too.
 Source findSource(const std::string& filename)
 {
-    Source source{filename.c_str()}; // up to a NUL
+    Source source{filename.substr(0, filename.find('\0'))};
     source.name.erase(std::min(source.name.rfind('?'), source.name.size()));
     const std::size_t dot = std::min(source.name.rfind('.'), source.name.size());
     const std::string extension = source.name.substr(dot);
