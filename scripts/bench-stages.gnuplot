@@ -6,7 +6,7 @@ set style data histograms
 set style histogram rowstacked
 set style fill solid noborder
 set boxwidth 0.6
-set yrange [0:*]
+set yrange [0:1.1]
 set grid ytics
 set bmargin 4
 set key outside right top reverse Left

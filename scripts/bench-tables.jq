@@ -1,7 +1,7 @@
 # Tables of the operations: medians in ms with allocations and peak heap of one call.
 def median: sort | .[(length - 1) / 2 | floor];
 def digits: if . >= 100 then round elif . >= 1 then . * 100 | round / 100 else . * 1000 | round / 1000 end;
-def cell: "\(map(.real_time) | median | digits) ms, \(.[0].allocs_per_iter | round), \(.[0].max_bytes_used / 1e6 | digits) MB";
+def cell: "\(map(.real_time) | median | digits) ms, \(.[0].allocations), \(.[0].peakBytes / 1e6 | digits) MB";
 def table($title; $pattern):
     map(select(.run_type == "iteration") | . + (.name | capture("^(?<operation>[a-z-]+)(/(?<case>.*))?/real_time$")))
     | map(select(.case // "one call" | test($pattern)))
