@@ -146,6 +146,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     vision::Stereo stereo;
     for (int calls = 0; calls < 40 && !input.isUsedUp(); ++calls) {
         try {
+            if (calls == 0) {
+                const cv::Size calibrated = input.size();
+                stereo.setCalibrations(input.calibration(calibrated), input.calibration(calibrated));
+            }
             doAnything(stereo, input);
         } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
         }
