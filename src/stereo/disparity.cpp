@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <stdexcept>
 
 namespace vision {
@@ -34,6 +35,8 @@ struct ScaledParameters
 template <typename Matcher>
 void setScaled(Matcher& matcher, const ScaledParameters& scaled)
 {
+    // The matchers add these in an int and would go on with a wrapped sum, far outside their buffers.
+    CV_Assert(scaled.minDisparity <= std::numeric_limits<int>::max() - scaled.disparityNumber);
     matcher.setMinDisparity(scaled.minDisparity);
     matcher.setNumDisparities(scaled.disparityNumber);
     matcher.setBlockSize(scaled.blockSize);
