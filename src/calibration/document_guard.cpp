@@ -161,7 +161,8 @@ void requireBlockDepth(const std::string& text)
 
 std::size_t columnOf(const std::string& text, std::size_t position)
 {
-    return position - (text.rfind('\n', position) + 1);
+    const std::size_t lineEnd = text.rfind('\n', position);
+    return lineEnd == std::string::npos ? position : position - lineEnd - 1;
 }
 
 /// Goes from the first key of a document to what follows its end.
@@ -236,11 +237,10 @@ void requireNoBase64(const std::string& text, Format format)
 
 Format findFormat(const std::string& text)
 {
-    const std::size_t start = startsWith(text, 0, "\xEF\xBB\xBF") ? 3 : 0;
-    return startsWith(text, start, "%YAML")   ? Format::Yaml
-           : startsWith(text, start, "{")     ? Format::Json
-           : startsWith(text, start, "<?xml") ? Format::Xml
-                                              : Format::Unknown;
+    return startsWith(text, 0, "%YAML")   ? Format::Yaml
+           : startsWith(text, 0, "{")     ? Format::Json
+           : startsWith(text, 0, "<?xml") ? Format::Xml
+                                          : Format::Unknown;
 }
 
 void inspectFile(const Source& source)
@@ -255,7 +255,10 @@ void inspectFile(const Source& source)
     if (!fs::is_regular_file(status)) {
         return; // a directory or a missing file: OpenCV says so
     }
-    const std::string text = source.compressed ? inflate(source.name) : readPlain(source.name);
+    std::string text = source.compressed ? inflate(source.name) : readPlain(source.name);
+    if (startsWith(text, 0, "\xEF\xBB\xBF")) {
+        text.erase(0, 3); // a byte order mark, which the parsers skip
+    }
     const Format format = findFormat(text);
     if (format == Format::Unknown) {
         return; // OpenCV reads no further either
