@@ -165,13 +165,27 @@ std::size_t columnOf(const std::string& text, std::size_t position)
     return lineEnd == std::string::npos ? position : position - lineEnd - 1;
 }
 
-/// Goes from the first key of a document to what follows its end.
+/// Whether the brackets at this place hold nothing that may hide their end, and nothing follows them but the
+/// end of the document or of the file.
+bool isPlainFlow(const std::string& text, std::size_t position)
+{
+    std::size_t end = position + 1;
+    while (end < text.size() && (isPlain(text[end]) || text[end] == ':')) {
+        ++end;
+    }
+    const std::size_t next = findContent(text, end + 1);
+    return end < text.size() && text[end] == (text[position] == '{' ? '}' : ']') &&
+           (next == text.size() || startsWith(text, next, "..."));
+}
+
+/// Goes from the first value of a document to what follows its end.
 std::size_t skipDocument(const std::string& text, std::size_t position)
 {
     const std::size_t column = columnOf(text, position);
-    bool holds = std::strchr("[{!", text[position]) == nullptr;
+    const bool isFlow = std::strchr("[{", text[position]) != nullptr;
+    bool holds = text[position] != '!' && (!isFlow || isPlainFlow(text, position));
     // In an indented document "..." may count in the middle of a line too.
-    holds = holds && (column == 0 || text.find("...", position) == std::string::npos);
+    holds = holds && (isFlow || column == 0 || text.find("...", position) == std::string::npos);
     while (holds && position < text.size() &&
            !(startsWith(text, position, "...") && columnOf(text, position) == column)) {
         position = findContent(text, text.find('\n', position));

@@ -11,7 +11,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 int main(int argc, char** argv)
 {
     int count = 0;
-    for (const std::string folder : std::vector<std::string>(argv + 1, argv + argc)) {
+    for (const std::string& folder : std::vector<std::string>(argv + 1, argv + argc)) {
         if (folder[0] == '-') {
             continue;
         }
