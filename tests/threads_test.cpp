@@ -7,17 +7,22 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <thread>
 
 namespace {
 
-/// Runs the same work in several threads at once.
+/// Runs the same work in several threads at once, more than once in each.
 template <typename Work>
-void runInThreads(const Work& work)
+void runInThreads(int times, const Work& work)
 {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back(work);
+    std::vector<std::thread> threads(4);
+    for (std::thread& thread : threads) {
+        thread = std::thread([&] {
+            for (int i = 0; i < times; ++i) {
+                work(i);
+            }
+        });
     }
     for (std::thread& thread : threads) {
         thread.join();
@@ -28,12 +33,9 @@ TEST(Threads, ReadOneCalibrationAtOnce)
 {
     const vision::Calibration shared = support::makeCalibration(640, 480, 0);
     const vision::Calibration half = shared.scaleTo(320, 240);
-    runInThreads([&] {
-        for (int i = 0; i < 50; ++i) {
-            const vision::Calibration copy(shared);
-            EXPECT_TRUE(copy == shared);
-            EXPECT_TRUE(shared.scaleTo(320, 240) == half);
-        }
+    runInThreads(50, [&](int) {
+        EXPECT_EQ(vision::Calibration(shared), shared);
+        EXPECT_EQ(shared.scaleTo(320, 240), half);
     });
 }
 
@@ -41,23 +43,29 @@ TEST(Threads, UseAPipelineEachWhileLoggingChanges)
 {
     cv::Mat image(240, 320, CV_8UC1);
     cv::randu(image, 0, 256);
-    const auto calibrations = support::makeCalibrations();
-    const auto process = [&] {
+    const auto process = [&image, calibrations = support::makeCalibrations()] {
         const support::OpenStereo stereo(calibrations);
         const auto [left, right] = stereo.rectifyImages(image, image);
         return stereo.computeDepth(stereo.computeDisparity(left, right));
     };
     const cv::Mat expected = process();
+    runInThreads(5, [&](int i) {
+        tarn::log::setLevel("vision.stereo", i % 2 == 0 ? tarn::LogLevel::Verbose : tarn::LogLevel::None);
+        tarn::log::setSink([](const tarn::log::Record&) {});
+        EXPECT_TRUE(support::areBitEqual(process(), expected));
+    });
+}
 
-    runInThreads([&] {
-        for (int i = 0; i < 5; ++i) {
-            tarn::log::setLevel("vision.stereo", i % 2 == 0 ? tarn::LogLevel::Verbose : tarn::LogLevel::None);
-            tarn::log::setSink([](const tarn::log::Record&) {});
-            EXPECT_TRUE(support::areBitEqual(process(), expected));
-        }
+TEST(Threads, LoseNoRecord)
+{
+    std::atomic<int> received{0};
+    tarn::log::setSink([&](const tarn::log::Record&) { ++received; });
+    runInThreads(1000, [](int i) {
+        auto* const category = tarn::log::addCategory("thread" + std::to_string(i));
+        tarn::log::log(tarn::LogLevel::Error, category, "text", "", "", 0);
     });
     tarn::log::setSink({});
-    tarn::log::setLevel("vision.stereo", tarn::LogLevel::Error);
+    EXPECT_EQ(received, 4000);
 }
 
 } // namespace
