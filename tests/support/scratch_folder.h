@@ -11,20 +11,15 @@ namespace support {
 class ScratchFolder
 {
 public:
-    ScratchFolder() : _path((std::filesystem::temp_directory_path() / "stereovision-test-XXXXXX").string())
-    {
-        if (!mkdtemp(_path.data())) {
-            throw std::filesystem::filesystem_error(_path, std::error_code(errno, std::generic_category()));
-        }
-    }
+    ScratchFolder() = default;
     ScratchFolder(const ScratchFolder&) = delete;
-    ScratchFolder& operator=(const ScratchFolder&) = delete;
     ~ScratchFolder() { std::filesystem::remove_all(_path); }
 
     const std::string& path() const { return _path; }
 
 private:
-    std::string _path;
+    std::string _template = (std::filesystem::temp_directory_path() / "stereovision-test-XXXXXX").string();
+    const std::string _path = mkdtemp(_template.data()); // throws when there is none, as for any null
 };
 
 } // namespace support
