@@ -32,16 +32,16 @@ Corners findCorners(const cv::Mat& image)
 
 void calibrate(int views, vision::Stereo& stereo)
 {
-    std::vector<std::vector<cv::Point3f>> object(static_cast<std::size_t>(views));
+    std::vector<cv::Point3f> points;
+    for (int i = 0; i < board.area(); ++i) {
+        points.push_back(cv::Point3f(cv::Point3i(i % board.width, i / board.width, 0)) * square);
+    }
+    const std::vector<std::vector<cv::Point3f>> object(static_cast<std::size_t>(views), points);
     std::vector<Corners> left;
     std::vector<Corners> right;
     for (int view = 1; view <= views; ++view) {
         left.push_back(findCorners(readImage("left", view)));
         right.push_back(findCorners(readImage("right", view)));
-        for (int i = 0; i < board.area(); ++i) {
-            object[left.size() - 1].push_back(cv::Point3f(cv::Point3i(i % board.width, i / board.width, 0)) *
-                                              square);
-        }
     }
     const cv::Size size = readImage("left", 1).size();
     cv::Mat k[2], d[2], r[2], p[2], rotation, translation, q;
@@ -50,16 +50,17 @@ void calibrate(int views, vision::Stereo& stereo)
     cv::stereoCalibrate(object, left, right, k[0], d[0], k[1], d[1], size, rotation, translation, {}, {});
     cv::stereoRectify(k[0], d[0], k[1], d[1], size, rotation, translation, r[0], r[1], p[0], p[1], q,
                       cv::CALIB_ZERO_DISPARITY, 0);
-    vision::Calibration calibrations[2];
-    for (const int side : {0, 1}) {
-        calibrations[side].width = size.width;
-        calibrations[side].height = size.height;
-        calibrations[side].cameraMatrix = cv::Mat_<float>(k[side]);
-        calibrations[side].distortion = cv::Mat_<float>(d[side]);
-        calibrations[side].rectificationMatrix = cv::Mat_<float>(r[side]);
-        calibrations[side].projectionMatrix = cv::Mat_<float>(p[side]);
-    }
-    stereo.setCalibrations(calibrations[0], calibrations[1]);
+    const auto record = [&](int side) {
+        vision::Calibration calibration;
+        calibration.width = size.width;
+        calibration.height = size.height;
+        calibration.cameraMatrix = cv::Mat_<float>(k[side]);
+        calibration.distortion = cv::Mat_<float>(d[side]);
+        calibration.rectificationMatrix = cv::Mat_<float>(r[side]);
+        calibration.projectionMatrix = cv::Mat_<float>(p[side]);
+        return calibration;
+    };
+    stereo.setCalibrations(record(0), record(1));
 }
 
 TEST(RealChessboard, HasSquaresOfTheRightSizeInTheDepthImage)

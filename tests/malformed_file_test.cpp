@@ -71,27 +71,26 @@ protected:
 
 TEST_F(MalformedFile, CrashesAndStallsNothing)
 {
-    const std::pair<const char*, const char*> rows[] = {
-        {"base64.yml", "base64"},
-        {"base64-blank.yml", "base64"},
-        {"base64.json", "base64"},
-        {"list-behind-document.yml", "list follows the end"},
-        {"ends-behind-equals.xml", "ends behind the '='"},
-        {"nul.xml", "NUL"},
-        {"blank-key.yml", "basic_string"},
-        {"deep.json.gz", "nested too deeply"},
-        {"sizes-33.yml", "32 dimensions"},
-        {"sizes-64.yml", "32 dimensions"},
-        {"dt-200-symbols.yml", "dt is no element type"},
-        {"dt-count-to-zero.yml", "dt is no element type"},
-        {"dt-count-uninitialised.yml", "dt is no element type"},
-        {"sizes-overflow.yml", "larger than its file"},
-        {"header-only.yml", "0 []"},
-        {"text-as-width.yml", "2147483647 []"},
+    const std::pair<const char*, std::vector<std::string>> rows[] = {
+        {"it holds base64 data", {"base64.yml", "base64-blank.yml", "base64.json"}},
+        {"list follows the end", {"list-behind-document.yml"}},
+        {"ends behind the '='", {"ends-behind-equals.xml"}},
+        {"basic_string", {"blank-key.yml"}},
+        {"nested too deeply", {"deep.json.gz"}},
+        {"32 dimensions", {"sizes-33.yml", "sizes-64.yml"}},
+        {"dt is no element type",
+         {"dt-200-symbols.yml", "dt-count-to-zero.yml", "dt-count-uninitialised.yml"}},
+        {"larger than its file", {"sizes-overflow.yml"}},
+        {"0 []", {"header-only.yml"}},
+        {"2147483647 []", {"text-as-width.yml"}},
     };
-    for (const auto& [name, expected] : rows) {
-        expectReport(dataFolder + "/malformed/" + name, expected);
+    for (const auto& [expected, names] : rows) {
+        for (const std::string& name : names) {
+            expectReport(dataFolder + "/malformed/" + name, expected);
+        }
     }
+    const std::string file = dataFolder + "/malformed/nul.xml";
+    expectReport(file, "Refused file: \"" + file + "\": it holds a NUL byte; write it as text.");
 }
 
 TEST_F(MalformedFile, IsNoneThatIsMerelyOdd)
@@ -141,18 +140,6 @@ TEST_F(MalformedFile, IsOneThatIsNoFileOfLimitedSize)
     expectReport(path + "bomb.yml.gz", "1 MiB");
     expectReport(write("large.json", '{' + repeat(" ", 1 << 20)), "1 MiB");
     expectReport(write("large.dat", repeat(" ", 1 << 21)), "OpenCV");
-}
-
-TEST_F(MalformedFile, IsLoggedLikeAnyUnreadableOne)
-{
-    const std::string file = dataFolder + "/malformed/base64.yml";
-    const std::string text =
-        "Refused file: \"" + file + "\": it holds base64 data; write the matrices as plain numbers.";
-    std::string logged;
-    tarn::log::setSink([&](const tarn::log::Record& record) { logged += record.message; });
-    EXPECT_THROW(vision::Calibration().load(file), std::invalid_argument);
-    tarn::log::setSink({});
-    EXPECT_EQ(logged, "Cannot read calibration file \"" + file + "\": " + text);
 }
 
 } // namespace
