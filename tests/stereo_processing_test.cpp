@@ -98,18 +98,6 @@ INSTANTIATE_TEST_SUITE_P(Sizes, StereoPipeline,
                          testing::Combine(testing::Values(720, 540, 360, 240, 180),
                                           testing::Values(Stereo::BM, Stereo::SGBM)));
 
-TEST(StereoRectification, KeepsTheImageType)
-{
-    const auto pair = calibrations();
-    const OpenStereo stereo(pair);
-    const auto maps = oracle::maps(pair.right, calibrationSize);
-    for (const int type : {CV_8UC3, CV_16UC1, CV_32FC4}) {
-        cv::Mat image(calibrationSize, type);
-        cv::randu(image, cv::Scalar::all(1), cv::Scalar::all(200));
-        EXPECT_TRUE(areBitEqual(stereo.rectifyImageRight(image), oracle::rectify(image, maps)));
-    }
-}
-
 TEST(StereoProcessing, RefusesUnusableImages)
 {
     const OpenStereo stereo(calibrations());

@@ -157,18 +157,6 @@ TEST(StereoTransforms, AreRefusedByOpenCvWhenCalibrationsAreUnusable)
     }
 }
 
-TEST(StereoTransforms, KeepTheAspectRatioOfTheCalibration)
-{
-    const OpenStereo stereo(makeCalibrations());
-    const std::string text = "Invalid aspect ratio for new calibration";
-    const LogEntries logged{calibrationError("scaleTo", text)};
-    expectRefusal<std::invalid_argument>([&] { (void)stereo.rectifyImageLeft(image(320, 241)); }, text,
-                                         logged);
-    const cv::Mat disparity(241, 320, CV_32FC1, cv::Scalar(1));
-    expectRefusal<std::invalid_argument>([&] { (void)stereo.computeDepth(disparity); }, text, logged);
-    EXPECT_TRUE(stereo._imageTransforms.empty());
-}
-
 TEST(StereoTransforms, AreComputedOnceForEachAreaUntilCalibrationsAreSet)
 {
     const auto pair = makeCalibrations();
