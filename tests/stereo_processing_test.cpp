@@ -153,6 +153,26 @@ TEST(StereoProcessing, RefusesUnusableImages)
     expectSame({}, reproject(real), "computeDepth", unset);
 }
 
+TEST(StereoDisparity, RefusesRangesAndWindowsThatLeaveTheMatchersBuffers)
+{
+    OpenStereo stereo(calibrations());
+    const cv::Mat image(30, 720, CV_8UC1, cv::Scalar(7));
+    const auto match = [&] { return stereo.computeDisparity(image, image); };
+    for (const auto algorithm : {Stereo::BM, Stereo::SGBM}) {
+        stereo.setStereoAlgorithm(algorithm);
+        stereo.setMinDisparity(720);
+        stereo.setDisparityNumber(2147483632);
+        EXPECT_THROW(match(), cv::Exception);
+        stereo.setMinDisparity(1); // 0 for the matcher
+        EXPECT_EQ(cv::norm(match(), cv::NORM_INF), 1) << "nothing but pixels without a match";
+    }
+    stereo.setDisparityNumber(640); // leaves 80 columns
+    stereo.setWindowSize(161);
+    EXPECT_THROW(match(), cv::Exception);
+    stereo.setWindowSize(159);
+    EXPECT_EQ(match().cols, 720);
+}
+
 TEST(StereoDisparity, IsEmptyAndSilentForAnUnknownAlgorithm)
 {
     OpenStereo stereo(calibrations());

@@ -44,6 +44,16 @@ void setScaled(Matcher& matcher, const ScaledParameters& scaled)
     matcher.setSpeckleRange(scaled.speckleRange);
 }
 
+/// Where the whole range can be searched, the semi-global matcher sums up blocks from the first such column on;
+/// if less than half a block of them is left, it would read past the end of its buffers.
+void requireRoomForBlock(const ScaledParameters& scaled, int width)
+{
+    const int maxDisparity = scaled.minDisparity + scaled.disparityNumber;
+    const int columns = width + std::min(scaled.minDisparity, 0) - std::max(maxDisparity, 0);
+    const int blockSize = scaled.blockSize > 0 ? scaled.blockSize : 5; // as the matcher does
+    CV_Assert(columns <= 0 || blockSize / 2 < columns);
+}
+
 cv::Mat match(cv::StereoMatcher& matcher, const cv::Mat& left, const cv::Mat& right)
 {
     try {
@@ -105,6 +115,7 @@ cv::Mat Stereo::computeDisparity(const cv::Mat& left, const cv::Mat& right) cons
         setScaled(*matcher, scaled);
         matcher->setPreFilterCap(_preFilterCap);
         matcher->setUniquenessRatio(_uniquenessRatio);
+        requireRoomForBlock(scaled, left.cols);
         return match(*matcher, left, right);
     }
     return cv::Mat();
