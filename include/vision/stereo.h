@@ -138,7 +138,8 @@ public:
     /// not
     ///         logged), the images are empty, have more than two dimensions or are wider than the
     ///         calibration, or there are no calibrations
-    /// @throws cv::Exception when the matcher refuses a parameter or fails (logged if it fails)
+    /// @throws cv::Exception when the matcher refuses a parameter or fails (logged if it fails), or when the range
+    ///         or the block would take it outside its buffers
     [[nodiscard]] cv::Mat computeDisparity(const cv::Mat& left, const cv::Mat& right) const;
 
     /// Turns a disparity image of the rectified left camera into an image of points.
