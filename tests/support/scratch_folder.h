@@ -11,7 +11,7 @@ namespace support {
 class ScratchFolder
 {
 public:
-    ScratchFolder() = default;
+    ScratchFolder() {} // clang wants one that is written for const objects
     ScratchFolder(const ScratchFolder&) = delete;
     ~ScratchFolder() { std::filesystem::remove_all(_path); }
 
