@@ -110,28 +110,20 @@ TEST_F(CalibrationFile, HoldsSixEntriesThatAreFoundByNameAndMayBeMissing)
         expected[i] = fieldsOf(Calibration())[i];
         EXPECT_EQ(fieldsOf(loaded), expected);
     }
-    write({});
-    Calibration loaded(_other);
-    loaded.load(_file);
-    EXPECT_TRUE(loaded == Calibration());
 }
 
-TEST_F(CalibrationFile, KeepsTheFieldsReadBeforeAnEntryThatIsNoMatrix)
+TEST_F(CalibrationFile, KeepsTheFieldsReadBeforeWhatCannotBeRead)
 {
     for (std::size_t bad = 2; bad < _entries.size(); ++bad) {
         Lines damaged = _entries;
-        damaged[bad] = damaged[bad].substr(0, damaged[bad].find(':')) + ": 7";
+        damaged[bad] = damaged[bad].substr(0, damaged[bad].find(':')) + ": 7"; // no matrix
         write(damaged);
         expectLoadRefused(bad);
     }
-}
-
-TEST_F(CalibrationFile, LeavesTheRecordWhenADocumentCannotBeParsed)
-{
-    for (const char* const document : {"", "no calibration\n", "%YAML:1.0\n---\nwidth: [640\n"}) {
-        std::ofstream(_file) << document;
-        expectLoadRefused(0);
-    }
+    write({"width: [640"});
+    expectLoadRefused(0);
+    std::ofstream(_file) << "no calibration\n";
+    expectLoadRefused(0);
 }
 
 TEST_F(CalibrationFile, RefusesNamesThatAreEmptyOrCannotBeOpened)
@@ -149,10 +141,7 @@ TEST_F(CalibrationFile, RefusesNamesThatAreEmptyOrCannotBeOpened)
     const std::string openText = "Failed to open file: \"" + missing + "\".";
     const std::string openLog = "Cannot read calibration file \"" + missing + "\": " + openText;
     expectRefused([&] { calibration.load(missing); }, openText, calibrationError("load", openLog));
-
-    RecordedLog log;
     calibration.save(missing); // is silently not written
-    EXPECT_EQ(log.take().size(), 6U);
     EXPECT_FALSE(std::filesystem::exists(missing));
 }
 

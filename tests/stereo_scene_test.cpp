@@ -13,29 +13,6 @@ constexpr double maxDisparityError = 0.25;
 constexpr double shareAccurate = 0.98; // the rest lies at the borders
 constexpr double shareKept = 0.6; // nothing is found within the search range and half a block of the borders
 
-TEST(SceneGenerator, ShowsAParallelPlaneAtTheDisparityOfItsDepth)
-{
-    auto pair = makeCalibrations();
-    for (vision::Calibration* const calibration : {&pair.left, &pair.right}) {
-        calibration->distortion.release();
-        cv::setIdentity(calibration->rectificationMatrix);
-        calibration->cameraMatrix = calibration->projectionMatrix.colRange(0, 3).clone();
-    }
-    const Plane plane{3, 0};
-    constexpr int disparity = 8 + 500 * 12 / 100 / 3; // cx - cx' + f * baseline / distance
-    const cv::Mat left = photograph(plane, pair.left);
-    const cv::Mat right = photograph(plane, pair.right);
-    const auto meanDifference = [&](int shift) {
-        return cv::norm(left.colRange(100, 500), right.colRange(100 - shift, 500 - shift), cv::NORM_L1) /
-               (400 * 480);
-    };
-    constexpr double rounding = 1; // of grey values and texture coordinates
-    constexpr double contrast = 5;
-    EXPECT_LT(meanDifference(disparity), rounding);
-    EXPECT_GT(meanDifference(disparity - 1), contrast);
-    EXPECT_GT(meanDifference(disparity + 1), contrast);
-}
-
 using StereoScene = testing::TestWithParam<std::tuple<Stereo::StereoAlgorithm, int, double>>;
 
 TEST_P(StereoScene, GivesTheDepthOfATexturedPlane)

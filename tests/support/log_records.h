@@ -23,20 +23,17 @@ inline std::string describe(const tarn::log::Record& record)
 }
 
 /// Makes the entries that the library is expected to log: always with an empty file and line 0.
-struct ExpectedEntry
+inline auto expectedEntry(const char* levelAndCategory)
 {
-    const char* levelAndCategory;
-
-    std::string operator()(const std::string& function, const std::string& text) const
-    {
+    return [=](const std::string& function, const std::string& text) {
         return std::string(levelAndCategory) + ' ' + function + " :0 " + text;
-    }
-};
+    };
+}
 
-inline constexpr ExpectedEntry stereoError{"2 vision.stereo"};
-inline constexpr ExpectedEntry stereoVerbose{"5 vision.stereo"};
-inline constexpr ExpectedEntry calibrationError{"2 vision.stereo.calibration"};
-inline constexpr ExpectedEntry calibrationVerbose{"5 vision.stereo.calibration"};
+inline const auto stereoError = expectedEntry("2 vision.stereo");
+inline const auto stereoVerbose = expectedEntry("5 vision.stereo");
+inline const auto calibrationError = expectedEntry("2 vision.stereo.calibration");
+inline const auto calibrationVerbose = expectedEntry("5 vision.stereo.calibration");
 
 /// Collects the records of the library, up to a level, while it lives.
 class RecordedLog
