@@ -165,8 +165,7 @@ TEST_F(Tool, WritesTheSameDepthToAllFiles)
     EXPECT_EQ(listOutput(), outputs);
 
     const std::string pfmHeader = "Pf\n320 240\n-1.0\n";
-    EXPECT_EQ(std::filesystem::file_size(path("out/l-disparity.pfm")),
-              pfmHeader.size() + left.total() * 4);
+    EXPECT_EQ(std::filesystem::file_size(path("out/l-disparity.pfm")), pfmHeader.size() + left.total() * 4);
     const cv::Mat disparity = cv::imread(path("out/l-disparity.pfm"), cv::IMREAD_UNCHANGED);
     EXPECT_EQ(disparity.at<float>(120, 200), sceneDisparity);
     EXPECT_EQ(disparity.at<float>(120, 10), INFINITY); // has no partner in the right image
