@@ -66,13 +66,16 @@ protected:
     const std::string path = folder.path() + '/';
     const std::string yaml =
         "%YAML:1.0\nwidth: 640\ncameraMatrix: { dt: f, rows: 1, cols: 2, data: [1, 2] }\n";
+    const std::string json = R"({"width":640,"cameraMatrix":{"dt":"f","rows":1,"cols":2,"data":[1,2]},"x":[)";
+    const std::string xml = "<?xml version='1.0'?><opencv_storage><width>640</width><cameraMatrix><dt>f</dt>"
+                            "<rows>1</rows><cols>2</cols><data>1 2</data></cameraMatrix>";
     const std::string fields = "640 [1, 2]";
 };
 
 TEST_F(MalformedFile, CrashesAndStallsNothing)
 {
     const std::pair<const char*, std::vector<std::string>> rows[] = {
-        {"it holds base64 data", {"base64.yml", "base64-blank.yml", "base64.json"}},
+        {"it holds base64 data", {"base64.yml", "base64-blank.yml", "base64.json", "base64.xml"}},
         {"list follows the end", {"list-behind-document.yml"}},
         {"ends behind the '='", {"ends-behind-equals.xml"}},
         {"basic_string", {"blank-key.yml"}},
@@ -99,20 +102,21 @@ TEST_F(MalformedFile, IsNoneThatIsMerelyOdd)
                                          "sed 's/$/\\r/' $f >crlf-$f; cp $f $f-plain.gz; done; rm *.txt*");
     const int room = (1 << 20) - static_cast<int>(yaml.size());
     write("large.yml", yaml + "x: [0" + repeat(",0", room / 2 - 4) + "]\n");
+    write("many.yml", yaml + "x:\n" + repeat(" - { a: \"[\" }\n", 2000));
+    write("many.json", json + repeat(R"({"a":"["},)", 2000) + "1]}");
+    write("many.xml",
+          xml + "<x>" + repeat("<_ a='b'><c>\"d\"</c></_><!-- <e> -->", 2000) + "</x></opencv_storage>");
     int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator(path)) {
         expectReport(entry.path(), fields);
         ++count;
     }
-    EXPECT_EQ(count, 3 * 4 + 1);
+    EXPECT_EQ(count, 5 * 4 + 4);
     expectReport(path + "odd.yml.gz9?base64", fields); // the name ends before the digit
 }
 
 TEST_F(MalformedFile, IsOneNestedTooDeeply)
 {
-    const std::string json = R"({"width":640,"cameraMatrix":{"dt":"f","rows":1,"cols":2,"data":[1,2]},"x\":)";
-    const std::string xml = "<?xml version='1.0'?><opencv_storage><width>640</width><cameraMatrix><dt>f</dt>"
-                            "<rows>1</rows><cols>2</cols><data>1 2</data></cameraMatrix>";
     const auto expectNested = [&](int levels, const std::string& expected) {
         const auto nest = [=](const std::string& open, const std::string& close, int perPair = 1) {
             return repeat(open, (levels - 1) / perPair) + '1' + repeat(close, (levels - 1) / perPair);
@@ -121,7 +125,7 @@ TEST_F(MalformedFile, IsOneNestedTooDeeply)
         expectReport(write("keys.yml", yaml + "x: " + nest("[{ a]]: ", "}]", 2) + '\n'), expected);
         expectReport(write("map.yml", yaml + repeat("a:", levels) + " 1\n"), expected);
         expectReport(write("list.yml", yaml + "x:\n " + repeat("- ", levels - 1) + "1\n"), expected);
-        expectReport(write("texts.json", json + nest(R"([ "]\"", )", "]") + '}'), expected);
+        expectReport(write("texts.json", json + nest(R"([ "]\"", )", "]") + "]}"), expected);
         expectReport(write("tags.xml", xml + nest("<a b='</a>'>", "</a>") + "</opencv_storage>"), expected);
     };
     expectNested(900, fields);

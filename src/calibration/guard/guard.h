@@ -1,8 +1,8 @@
 /// What OpenCV's file storage would crash on, never finish or exhaust the memory with is refused beforehand.
 ///
 /// Everything else is left alone: what OpenCV reads is read, and what it refuses it refuses itself.
-#ifndef VISION_CALIBRATION_DOCUMENT_GUARD_H
-#define VISION_CALIBRATION_DOCUMENT_GUARD_H
+#ifndef VISION_CALIBRATION_GUARD_GUARD_H
+#define VISION_CALIBRATION_GUARD_GUARD_H
 
 #include <opencv2/core/persistence.hpp>
 
