@@ -64,8 +64,8 @@ protected:
 
     const support::ScratchFolder folder;
     const std::string path = folder.path() + '/';
-    const std::string yaml =
-        "%YAML:1.0\nwidth: 640\ncameraMatrix: { dt: f, rows: 1, cols: 2, data: [1, 2] }\n";
+    const std::string matrix = "cameraMatrix: { dt: f, rows: 1, cols: 2, data: [1, 2] }";
+    const std::string yaml = "%YAML:1.0\nwidth: 640\n" + matrix + '\n';
     const std::string json = R"({"width":640,"cameraMatrix":{"dt":"f","rows":1,"cols":2,"data":[1,2]},"x":[)";
     const std::string xml = "<?xml version='1.0'?><opencv_storage><width>640</width><cameraMatrix><dt>f</dt>"
                             "<rows>1</rows><cols>2</cols><data>1 2</data></cameraMatrix>";
@@ -76,7 +76,10 @@ TEST_F(MalformedFile, CrashesAndStallsNothing)
 {
     const std::pair<const char*, std::vector<std::string>> rows[] = {
         {"it holds base64 data", {"base64.yml", "base64-blank.yml", "base64.json", "base64.xml"}},
-        {"list follows the end", {"list-behind-document.yml"}},
+        {"list follows the end",
+         {"list-behind-document.yml", "list-behind-brackets.yml", "list-behind-typed-dash.yml",
+          "list-behind-dots-as-text.yml", "list-behind-indented.yml"}},
+        {"its top level", {"short-line-behind-document.yml"}},
         {"ends behind the '='", {"ends-behind-equals.xml"}},
         {"basic_string", {"blank-key.yml"}},
         {"nested too deeply", {"deep.json.gz"}},
@@ -102,6 +105,8 @@ TEST_F(MalformedFile, IsNoneThatIsMerelyOdd)
                                          "sed 's/$/\\r/' $f >crlf-$f; cp $f $f-plain.gz; done; rm *.txt*");
     const int room = (1 << 20) - static_cast<int>(yaml.size());
     write("large.yml", yaml + "x: [0" + repeat(",0", room / 2 - 4) + "]\n");
+    write("brackets.yml",
+          "%YAML:1.0\n--- { width: 640, " + matrix + repeat(",\n a: 1", room / 7 - 9) + "}\n");
     write("many.yml", yaml + "x:\n" + repeat(" - { a: \"[\" }\n", 2000));
     write("many.json", json + repeat(R"({"a":"["},)", 2000) + "1]}");
     write("many.xml",
@@ -111,7 +116,7 @@ TEST_F(MalformedFile, IsNoneThatIsMerelyOdd)
         expectReport(entry.path(), fields);
         ++count;
     }
-    EXPECT_EQ(count, 5 * 4 + 4);
+    EXPECT_EQ(count, 5 * 4 + 5);
     expectReport(path + "odd.yml.gz9?base64", fields); // the name ends before the digit
 }
 

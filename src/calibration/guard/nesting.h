@@ -7,7 +7,7 @@
 namespace vision::detail {
 
 /// The parsers recurse into every level, with up to a kilobyte of stack each. A calibration has four levels; a
-/// thousand take at most a megabyte.
+/// thousand levels of brackets or tags, and in YAML a thousand of indentation around them, take two megabytes.
 ///
 /// Where a level ends depends on quotes, comments, escapes and keys, which every version of every parser takes in
 /// its own way. So the end of a level counts only where nothing doubtful precedes it; every other level is taken

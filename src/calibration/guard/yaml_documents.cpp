@@ -104,11 +104,13 @@ std::size_t skipScalar(const std::string& text, std::size_t position)
     if (isAnyOf(symbolAt(text, position), "'\"")) {
         return skipQuoted(text, position);
     }
-    const std::size_t end = findInLine(text, position, ",]}");
-    if (text.find('#', position) < end) {
-        refuseTopLevel(); // a comment behind a number, but part of a text
+    const char first = symbolAt(text, position);
+    const bool mayBeNumber = isDigit(first) || isAnyOf(first, "+-.");
+    position = findInLine(text, position, mayBeNumber ? "#,]}" : ",]}");
+    if (symbolAt(text, position) == '#') {
+        refuseTopLevel(); // part of a text, but behind a number a comment
     }
-    return end;
+    return position;
 }
 
 /// Goes behind a collection in brackets.
@@ -233,7 +235,7 @@ void requireYamlDocuments(const std::string& text)
         if (position >= text.size()) {
             return;
         }
-        if (findLineEnd(text, position) - position < 2) {
+        if (symbolAt(text, position + 1) == '\n') {
             refuseTopLevel();
         }
         position = skipDirectives(text, position + 3);
