@@ -106,9 +106,9 @@ void requireJsonDepth(const std::string& text)
     Depth depth;
     bool isCertain = true;
     for (std::size_t i = 0; i < text.size(); ++i) {
-        const std::size_t end = text[i] == '"' ? text.find('"', i + 1) : i;
-        isCertain = isCertain && text[i] != '/' && !cutsLine(text, i) && end != std::string::npos &&
-                    std::find(text.begin() + i, text.begin() + end, '\\') == text.begin() + end;
+        const std::size_t end = text[i] == '"' ? std::min(text.find('"', i + 1), text.size()) : i;
+        isCertain = isCertain && text[i] != '/' && !cutsLine(text, i) && end < text.size() &&
+                    text.substr(i, end - i).find('\\') == std::string::npos;
         if (!isCertain) {
             depth.doubt();
         }
