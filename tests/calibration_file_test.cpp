@@ -141,8 +141,11 @@ TEST_F(CalibrationFile, RefusesNamesThatAreEmptyOrCannotBeOpened)
     const std::string openText = "Failed to open file: \"" + missing + "\".";
     const std::string openLog = "Cannot read calibration file \"" + missing + "\": " + openText;
     expectRefused([&] { calibration.load(missing); }, openText, calibrationError("load", openLog));
-    calibration.save(missing); // is silently not written
-    EXPECT_FALSE(std::filesystem::exists(missing));
+    RecordedLog log(tarn::LogLevel::Error);
+    for (const std::string& lost : {missing, std::string("/proc/camera.yml"), std::string("/dev/full")}) {
+        EXPECT_NO_THROW(calibration.save(lost)); // a vanished folder, a read-only one, a full disk
+    }
+    EXPECT_EQ(log.take(), LogEntries());
 }
 
 } // namespace

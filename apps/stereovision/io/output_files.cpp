@@ -74,6 +74,7 @@ OutputFiles::~OutputFiles()
     for (const File& file : _files) {
         std::error_code ignored;
         fs::remove(file.temporary, ignored);
+        fs::remove(file.previous, ignored);
     }
 }
 
@@ -81,8 +82,9 @@ fs::path OutputFiles::stage(const std::string& name)
 {
     _folder.requireFree(name);
     // The name keeps its end: OpenCV takes the format of a file from it.
-    const std::string temporary = ".unfinished-" + std::to_string(getpid()) + "-" + name;
-    _files.push_back({_folder.path() / temporary, _folder.path() / name});
+    const std::string suffix = std::to_string(getpid()) + "-" + name;
+    _files.push_back({_folder.path() / (".unfinished-" + suffix), _folder.path() / name,
+                      _folder.path() / (".previous-" + suffix)});
     return _files.back().temporary;
 }
 
@@ -104,18 +106,21 @@ std::vector<fs::path> OutputFiles::commit()
     std::vector<fs::path> written;
     for (const File& file : _files) {
         std::error_code error;
+        fs::create_hard_link(file.final, file.previous, error); // fails when there is none, or on FAT
         fs::rename(file.temporary, file.final, error);
         if (error) {
-            for (const fs::path& earlier : written) {
-                std::error_code ignored;
-                fs::remove(earlier, ignored);
+            for (std::size_t i = 0; i < written.size(); ++i) {
+                std::error_code isNew;
+                fs::rename(_files[i].previous, _files[i].final, isNew);
+                if (isNew) {
+                    fs::remove(_files[i].final, isNew);
+                }
             }
             throw Failure(file.final.string() + ": cannot write the file: " + error.message() +
                           "; choose another --output");
         }
         written.push_back(file.final);
     }
-    _files.clear();
     return written;
 }
 

@@ -29,7 +29,7 @@ private:
     std::vector<std::filesystem::path> _made; ///< outermost first
 };
 
-/// The files of one result: either all of them appear, complete, or none.
+/// The files of one result: either all of them appear, complete, or none, and what they overwrite comes back.
 ///
 /// They are written under temporary names beside their destination and renamed by commit(). What was not
 /// committed is removed by the destructor.
@@ -59,6 +59,7 @@ private:
     {
         std::filesystem::path temporary;
         std::filesystem::path final;
+        std::filesystem::path previous; ///< second name of what commit() overwrites, until all is done
     };
 
     const OutputFolder& _folder;
