@@ -9,7 +9,7 @@ namespace vision::detail {
 /// Behind a document the parser skips three symbols, whatever they are, and waits for "---". A dash that begins no
 /// "---" it never gets past, and where the line is shorter it goes on in what an earlier line left in its buffer.
 ///
-/// @throws std::invalid_argument when it could come to one of these, or its way cannot be told
+/// @throws std::invalid_argument when it comes to one of these, or its way cannot be followed
 void requireYamlDocuments(const std::string& text);
 
 } // namespace vision::detail
