@@ -69,10 +69,14 @@ void inspectMatrix(const cv::FileNode& node)
             "its dt is no element type; write one of u c w s i f d h, with the number of "
             "channels before it");
     }
-    // OpenCV allocates before it counts the data, with products that wrap around. An empty matrix that is
-    // long in one direction would still be printed row by row.
+    const std::vector<int> sizes = readSizes(node);
+    if (sizes.size() == 2 && sizes[0] == 0) {
+        return; // empty, however wide
+    }
+    // OpenCV allocates before it counts the data, with products that wrap around. An empty matrix of many rows
+    // would still be printed row by row.
     std::int64_t elements = channels;
-    for (const int size : readSizes(node)) {
+    for (const int size : sizes) {
         elements *= std::max(size, 1);
         if (elements > maxElements) {
             throw std::invalid_argument("it is larger than its file can hold");

@@ -55,8 +55,9 @@ std::size_t findInLine(const std::string& text, std::size_t position, const char
 
 [[noreturn]] void refuseTopLevel()
 {
-    throw std::invalid_argument("its top level cannot be followed to its end; write all keys at the beginning "
-                                "of lines");
+    throw std::invalid_argument(
+        "its top level cannot be followed to its end; write all keys at the beginning "
+        "of lines");
 }
 
 /// Goes from a type such as "!!map" to the value behind it.
