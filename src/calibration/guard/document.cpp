@@ -98,7 +98,7 @@ void requireAttributeValues(const std::string& text)
         if (value == std::string::npos || text[value] == '\r') {
             throw std::invalid_argument("it ends behind the '=' of an attribute; copy or download it again");
         }
-        if (startsWith(text, value + 1, "binary")) {
+        if (startsWith(text, value, "\"binary\"") || startsWith(text, value, "'binary'")) {
             refuseBase64(); // a type_id
         }
     }
