@@ -127,9 +127,7 @@ std::size_t skipFlow(const std::string& text, std::size_t position)
         if (isValue && !isOpening) {
             position = skipScalar(text, position);
             isValue = false;
-            continue;
-        }
-        if (isOpening || symbol == ',') {
+        } else if (isOpening || symbol == ',') {
             if (isOpening) {
                 ends.push_back(symbol == '{' ? '}' : ']');
             }
