@@ -1,3 +1,5 @@
+#include "failure.h"
+#include "io/output_files.h"
 #include "support/process.h"
 #include "support/scratch_folder.h"
 
@@ -255,6 +257,21 @@ TEST_F(Tool, KeepsExistingFilesUnlessForced)
     EXPECT_EQ(listOutput(), "l-points.ply\n");
     run("cat out/l-points.ply", 0, "", "precious\n");
     run("plane --force; head -n 1 out/l-points.ply", 0, "", HasSubstr("ply\n"));
+}
+
+TEST_F(Tool, BringsBackWhatIsOverwrittenWhenALaterFileFails)
+{
+    run("mkdir out; echo precious >out/old", 0, "");
+    {
+        const tool::OutputFolder folder(path("out"), true);
+        tool::OutputFiles files(folder);
+        files.write("old", "replaced");
+        files.write("new", "made");
+        (void)files.stage("lost"); // never written
+        EXPECT_THROW(files.commit(), tool::Failure);
+    }
+    EXPECT_EQ(listOutput(), "old\n");
+    run("cat out/old", 0, "", "precious\n");
 }
 
 TEST_F(Tool, LeavesNothingBehindWhenADiskIsFull)

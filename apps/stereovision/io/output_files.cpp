@@ -24,6 +24,16 @@ std::vector<fs::path> findMissing(const fs::path& folder)
     return missing;
 }
 
+/// Gives a file, if there is one, a second name.
+void keep(const fs::path& file, const fs::path& secondName)
+{
+    std::error_code error;
+    fs::create_hard_link(file, secondName, error);
+    if (error) { // some file systems have no links
+        fs::copy_file(file, secondName, error);
+    }
+}
+
 } // namespace
 
 OutputFolder::OutputFolder(const fs::path& folder, bool mayOverwrite)
@@ -106,7 +116,7 @@ std::vector<fs::path> OutputFiles::commit()
     std::vector<fs::path> written;
     for (const File& file : _files) {
         std::error_code error;
-        fs::create_hard_link(file.final, file.previous, error); // fails when there is none, or on FAT
+        keep(file.final, file.previous);
         fs::rename(file.temporary, file.final, error);
         if (error) {
             for (std::size_t i = 0; i < written.size(); ++i) {
