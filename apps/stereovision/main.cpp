@@ -1,13 +1,15 @@
 #include "commands/commands.h"
 #include "console/console.h"
 #include "exit_code.h"
-#include "failure.h"
+
+#include <vision/toolkit/failure.h>
 
 #include <CLI/CLI.hpp>
 #include <opencv2/core/utils/logger.hpp>
 #include <tarn/log.h>
 
 #include <cstdlib>
+#include <iostream>
 #include <string>
 #include <vector>
 
@@ -49,7 +51,7 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
         program.parse(argc, argv);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) {
-            throw tool::Failure(std::string(error.what()) + "; see --help");
+            throw vision::toolkit::Failure(std::string(error.what()) + "; see --help");
         }
         program.exit(error); // prints the help or version that was asked for
         return ExitCode::AllDone;
@@ -60,19 +62,21 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
             return command.run(console);
         }
     }
-    throw tool::Failure("no subcommand given; see --help");
+    throw vision::toolkit::Failure("no subcommand given; see --help");
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
+    // Some decoders of OpenCV complain on std::cerr; the user gets one message of ours, through stderr itself.
+    std::cerr.rdbuf(nullptr);
     tool::Console console;
     ExitCode code = ExitCode::NothingDone;
     try {
         code = runProgram(argc, argv, console);
     } catch (const std::exception& error) {
-        console.error(tool::describe(error));
+        console.error(vision::toolkit::describe(error));
     }
     if (!console.flush()) {
         console.error("cannot write the results to standard output: is the disk full?");

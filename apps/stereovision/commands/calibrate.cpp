@@ -1,18 +1,21 @@
-#include "calibrating/board.h"
-#include "calibrating/pair_calibration.h"
-#include "calibrating/row_error.h"
 #include "commands/commands.h"
-#include "console/format.h"
-#include "console/parse.h"
-#include "failure.h"
-#include "io/calibration_file.h"
-#include "io/image_pair.h"
-#include "io/output_files.h"
+#include "options/parse.h"
+
+#include <vision/toolkit/calibration/board.h>
+#include <vision/toolkit/calibration/pair_calibration.h>
+#include <vision/toolkit/calibration/pair_file.h>
+#include <vision/toolkit/calibration/row_error.h>
+#include <vision/toolkit/failure.h>
+#include <vision/toolkit/input/image_pair.h>
+#include <vision/toolkit/output/output_files.h>
+#include <vision/toolkit/text.h>
 
 #include <memory>
 #include <utility>
 
 namespace tool {
+
+using namespace vision::toolkit;
 
 namespace {
 
@@ -52,7 +55,8 @@ void skip(const PairFiles& pair, const std::string& reason, Boards& boards, Cons
 
 void addBoard(const PairFiles& pair, const cv::Size& board, Boards& boards, Console& console)
 {
-    const ImagePair images = readImagePair(pair, console);
+    const ImagePair images = readImagePair(pair);
+    console.notes(images.notes);
     const cv::Size size = images.left.grey.size();
     if (boards.imageSize.empty()) {
         boards.imageSize = size;

@@ -1,12 +1,13 @@
 #include "commands/commands.h"
-#include "console/format.h"
-#include "console/stereo_options.h"
-#include "depth/depth_files.h"
-#include "depth/pair_depth.h"
-#include "depth/summary.h"
-#include "failure.h"
-#include "io/image_pair.h"
-#include "io/output_files.h"
+#include "options/stereo_options.h"
+
+#include <vision/toolkit/depth/pair_depth.h>
+#include <vision/toolkit/depth/summary.h>
+#include <vision/toolkit/failure.h>
+#include <vision/toolkit/input/image_pair.h>
+#include <vision/toolkit/output/depth_files.h>
+#include <vision/toolkit/output/output_files.h>
+#include <vision/toolkit/text.h>
 
 #include <filesystem>
 #include <map>
@@ -15,6 +16,8 @@
 #include <vector>
 
 namespace tool {
+
+using namespace vision::toolkit;
 
 namespace {
 
@@ -49,7 +52,8 @@ void requireDistinctNames(const std::vector<PairFiles>& pairs)
 
 PairDepth computeDepth(const PairFiles& pair, double factor, const vision::Stereo& stereo, Console& console)
 {
-    const ImagePair images = readImagePair(pair, console);
+    const ImagePair images = readImagePair(pair);
+    console.notes(images.notes);
     try {
         return computePairDepth(stereo, factor == 1 ? images : resize(images, factor));
     } catch (const std::exception& error) {

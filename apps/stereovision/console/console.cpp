@@ -1,6 +1,6 @@
 #include "console/console.h"
 
-#include "console/format.h"
+#include <vision/toolkit/text.h>
 
 #include <cstdio>
 #include <unistd.h>
@@ -26,6 +26,13 @@ void Console::note(const std::string& text)
 {
     if (_told.insert(text).second) {
         tell("note", text);
+    }
+}
+
+void Console::notes(const vision::toolkit::Notes& notes)
+{
+    for (const auto& [code, text] : notes) {
+        note(text);
     }
 }
 
@@ -71,7 +78,8 @@ void Console::showProgress()
         if (_done > 0 && elapsed.count() > 0) {
             const double rate = static_cast<double>(_done) / elapsed.count();
             const double secondsLeft = static_cast<double>(_total - _done) / rate;
-            _progress += ", " + formatFixed(rate, 1) + "/s, " + formatFixed(secondsLeft, 0) + " s left";
+            _progress += ", " + vision::toolkit::formatFixed(rate, 1) + "/s, " +
+                         vision::toolkit::formatFixed(secondsLeft, 0) + " s left";
         }
     }
     drawProgress();

@@ -1,6 +1,8 @@
 #ifndef TOOL_CONSOLE_CONSOLE_H
 #define TOOL_CONSOLE_CONSOLE_H
 
+#include <vision/toolkit/note.h>
+
 #include <chrono>
 #include <cstddef>
 #include <set>
@@ -23,6 +25,7 @@ public:
 
     /// Tells what the user should know although all is well. The same text is told once only.
     void note(const std::string& text);
+    void notes(const vision::toolkit::Notes& notes);
 
     void error(const std::string& text);
 

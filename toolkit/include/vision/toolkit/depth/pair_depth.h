@@ -1,0 +1,31 @@
+#ifndef VISION_TOOLKIT_DEPTH_PAIR_DEPTH_H
+#define VISION_TOOLKIT_DEPTH_PAIR_DEPTH_H
+
+#include <vision/stereo.h>
+#include <vision/toolkit/export.h>
+#include <vision/toolkit/input/image_pair.h>
+
+#include <opencv2/core/mat.hpp>
+
+namespace vision::toolkit {
+
+/// What one pair of images gives.
+struct PairDepth
+{
+    cv::Mat left;      ///< rectified image as it is shown, `CV_8UC1` or `CV_8UC3`
+    cv::Mat right;     ///< of the same size; may differ in type
+    cv::Mat disparity; ///< `CV_32FC1`, px; +infinity where nothing was matched
+    cv::Mat points;    ///< `CV_32FC3`, (0, 0, 0) where none can be trusted
+};
+
+/// Scales both images, averaging when they shrink.
+/// @throws Failure when the factor does not give whole pixels
+VISION_TOOLKIT_EXPORT ImagePair resize(const ImagePair& pair, double factor);
+
+/// Rectifies and matches a pair and computes its points.
+/// @throws Failure telling what to change when the images do not fit the calibrations or the options
+VISION_TOOLKIT_EXPORT PairDepth computePairDepth(const vision::Stereo& stereo, const ImagePair& pair);
+
+} // namespace vision::toolkit
+
+#endif

@@ -1,0 +1,119 @@
+#include <vision/toolkit/depth/pair_depth.h>
+
+#include <vision/toolkit/failure.h>
+#include <vision/toolkit/text.h>
+
+#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+
+namespace vision::toolkit {
+
+namespace {
+
+using vision::Stereo;
+
+void requireFittingSize(const cv::Size& image, const cv::Size& calibration)
+{
+    const std::string sizes =
+        "the images are " + formatSize(image) + ", the calibration is for " + formatSize(calibration);
+    if (image.width > calibration.width) {
+        throw Failure(sizes + ": scale them down to that size or calibrate at theirs");
+    }
+    if (std::int64_t{image.width} * calibration.height != std::int64_t{image.height} * calibration.width) {
+        throw Failure(sizes +
+                      ": the aspect ratio must be the same; use uncropped images of the calibrated cameras");
+    }
+}
+
+/// What the matcher gets for images smaller than the calibration, see vision::Stereo::computeDisparity.
+struct Search
+{
+    int scale;
+    int block;
+    int minDisparity;
+    int disparities;
+};
+
+Search adaptSearch(const Stereo& stereo, int scale)
+{
+    const int halvings = static_cast<int>(std::round(std::log2(scale)));
+    return {scale, scale == 1 ? stereo.getWindowSize() : stereo.getWindowSize() - scale,
+            stereo.getMinDisparity() / scale - 1, std::max(stereo.getDisparityNumber() - 16 * halvings, 16)};
+}
+
+/// The matchers fail or read beyond their buffers when a block or the search does not fit into the image.
+void requireFittingSearch(const Stereo& stereo, const Search& search, const cv::Size& image)
+{
+    const std::string images = "for images of " + formatSize(image) + " ";
+    const bool isBlockMatcher = stereo.getStereoAlgorithm() == Stereo::BM;
+    const int smallest = isBlockMatcher ? 5 : 1; // px, that the matcher takes
+    if (search.block < smallest || search.block >= image.height) {
+        throw Failure(images + "the blocks would be " + std::to_string(search.block) + " px, which is too " +
+                      (search.block < smallest ? "small: choose a larger" : "large: choose a smaller") +
+                      " --window (" + std::to_string(stereo.getWindowSize()) + ")");
+    }
+    if (isBlockMatcher && search.block % 2 == 0) {
+        throw Failure(
+            images + "the block matcher would get blocks of " + std::to_string(search.block) +
+            " px (--window less " + std::to_string(search.scale) +
+            "), which must be odd: use --algorithm sgbm or images 1/2, 1/4 ... as wide as the calibration");
+    }
+    const std::int64_t reach =
+        std::int64_t{search.block} + search.disparities + std::max(search.minDisparity, 0);
+    if (reach >= image.width) {
+        throw Failure(images + "the search does not fit: lower --disparities (" +
+                      std::to_string(stereo.getDisparityNumber()) + "), --window (" +
+                      std::to_string(stereo.getWindowSize()) + ") or --min-disparity (" +
+                      std::to_string(stereo.getMinDisparity()) + "), or raise --max-depth");
+    }
+}
+
+} // namespace
+
+ImagePair resize(const ImagePair& pair, double factor)
+{
+    const cv::Size size = pair.left.grey.size();
+    const cv::Point2d exact(size.width * factor, size.height * factor);
+    const cv::Size scaled(cvRound(exact.x), cvRound(exact.y));
+    constexpr double roundingError = 1e-6;
+    if (scaled.empty() || std::abs(exact.x - scaled.width) > roundingError ||
+        std::abs(exact.y - scaled.height) > roundingError) {
+        throw Failure("--resize " + formatFixed(factor, 3) + " of " + formatSize(size) +
+                      " gives no whole number of pixels: choose another factor");
+    }
+    const auto shrink = [&scaled](const InputImage& image) {
+        InputImage result;
+        cv::resize(image.grey, result.grey, scaled, 0, 0, cv::INTER_AREA);
+        cv::resize(image.view, result.view, scaled, 0, 0, cv::INTER_AREA);
+        return result;
+    };
+    return {shrink(pair.left), shrink(pair.right), pair.notes};
+}
+
+PairDepth computePairDepth(const Stereo& stereo, const ImagePair& pair)
+{
+    const cv::Size size = pair.left.grey.size();
+    const vision::Calibration calibration = stereo.getCalibrations().first;
+    requireFittingSize(size, {calibration.width, calibration.height});
+    const Search search = adaptSearch(stereo, calibration.width / size.width);
+    requireFittingSearch(stereo, search, size);
+
+    const auto [left, right] = stereo.rectifyImages(pair.left.grey, pair.right.grey);
+    PairDepth result;
+    result.left = pair.left.view.channels() == 1 ? left : stereo.rectifyImageLeft(pair.left.view);
+    result.right = pair.right.view.channels() == 1 ? right : stereo.rectifyImageRight(pair.right.view);
+    result.disparity = stereo.computeDisparity(left, right);
+    result.points = stereo.computeDepth(result.disparity);
+
+    // The matcher marks a pixel without a match by one less than the smallest disparity that it searched.
+    const cv::Mat unmatched = result.disparity <= search.minDisparity - 1;
+    result.disparity.setTo(std::numeric_limits<double>::infinity(), unmatched);
+    return result;
+}
+
+} // namespace vision::toolkit
