@@ -46,8 +46,14 @@ struct ByHand
     {
         std::vector<cv::Mat> maps(4);
         const auto compute = [&](const vision::Calibration& camera, cv::Mat& x, cv::Mat& y) {
-            cv::initUndistortRectifyMap(camera.cameraMatrix, camera.distortion, camera.rectificationMatrix,
-                                        camera.projectionMatrix.colRange(0, 3), frame.size, CV_32FC1, x, y);
+            cv::initUndistortRectifyMap(camera.cameraMatrix,
+                                        camera.distortion,
+                                        camera.rectificationMatrix,
+                                        camera.projectionMatrix.colRange(0, 3),
+                                        frame.size,
+                                        CV_32FC1,
+                                        x,
+                                        y);
         };
         compute(frame.calibrations.left, maps[0], maps[1]);
         compute(frame.calibrations.right, maps[2], maps[3]);
@@ -66,8 +72,8 @@ struct ByHand
 
     cv::Mat computeDepth(const cv::Mat& disparity) const
     {
-        return oracle::depth(disparity, q, frame.stereo.getMaxDepth(), frame.stereo.getMinDisparity(),
-                             frame.size.width);
+        return oracle::depth(
+            disparity, q, frame.stereo.getMaxDepth(), frame.stereo.getMinDisparity(), frame.size.width);
     }
 
     const Frame& frame;
@@ -202,7 +208,8 @@ void compareTransforms()
     for (const cv::Size& size : bench::sizes) {
         const Frame frame(size);
         const ByHand byHand(frame);
-        table.add(bench::nameOf(size), size,
+        table.add(bench::nameOf(size),
+                  size,
                   measuring::compare({{"ours", [&] { (void)frame.stereo.computeImageTransforms(size); }},
                                       {"by hand", [&] { (void)byHand.computeMaps(); }}},
                                      rounds));
@@ -242,8 +249,8 @@ void copy(const float* disparity, cv::Vec3f* points, int columns)
 /// What the depth pass costs beyond reading its input and writing its output.
 void compareDepthWithMemory()
 {
-    const std::vector<std::string> names{"plain pass", "ours", "OpenCV calls", "memcpy",
-                                         "memcpy, kept output"};
+    const std::vector<std::string> names{
+        "plain pass", "ours", "OpenCV calls", "memcpy", "memcpy, kept output"};
     const Table table("Depth and plain passes over the same 16 bytes per pixel", names, 16);
     for (const cv::Size& size : bench::sizes) {
         const Frame frame(size);
@@ -264,8 +271,9 @@ void compareDepthWithMemory()
             cv::setNumThreads(cores);
             const std::string row = bench::nameOf(size) + ", cores: " + std::to_string(cores);
             table.add(row, size, measuring::compare(contenders, rounds));
-            table.add(row + ", after matching", size,
-                      measuring::compare(contenders, rounds, [&] { (void)frame.computeDisparity(); }));
+            table.add(row + ", after matching", size, measuring::compare(contenders, rounds, [&] {
+                          (void)frame.computeDisparity();
+                      }));
         }
         cv::setNumThreads(-1);
     }

@@ -31,9 +31,12 @@ vision::Calibration makeCalibration(float focalLength, float baseline)
     calibration.cameraMatrix = (cv::Mat_<float>(3, 3) << focalLength, 0, cx, 0, focalLength, cy, 0, 0, 1);
     calibration.distortion = (cv::Mat_<float>(1, 5) << -0.1f, 0.02f, 0.001f, -0.001f, 0);
     calibration.rectificationMatrix = cv::Mat::eye(3, 3, CV_32FC1);
-    calibration.projectionMatrix = (cv::Mat_<float>(3, 4) << focalLength, 0, cx, -focalLength * baseline, //
-                                    0, focalLength, cy, 0,                                                //
-                                    0, 0, 1, 0);
+    float projection[3][4] = {
+        {focalLength, 0, cx, -focalLength * baseline},
+        {0, focalLength, cy, 0},
+        {0, 0, 1, 0},
+    };
+    calibration.projectionMatrix = cv::Mat(3, 4, CV_32FC1, projection).clone();
     return calibration;
 }
 

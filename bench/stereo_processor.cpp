@@ -74,8 +74,11 @@ struct State
     void project()
     {
         auto& image = output.disparity.image;
-        const cv::Mat disparity(static_cast<int>(image.height), static_cast<int>(image.width), CV_32FC1,
-                                image.data.data(), image.step);
+        const cv::Mat disparity(static_cast<int>(image.height),
+                                static_cast<int>(image.width),
+                                CV_32FC1,
+                                image.data.data(),
+                                image.step);
         cv::Mat points;
         model.projectDisparityImageTo3d(disparity, points, true);
     }
@@ -95,8 +98,8 @@ Stages stereoProcessorStages(const Frame& frame)
     state->process(Processor::DISPARITY); // what the stages take
     const auto matching = [state] {
         const auto& output = state->output;
-        state->processor.processDisparity(output.left.rect, output.right.rect, state->model,
-                                          state->output.disparity);
+        state->processor.processDisparity(
+            output.left.rect, output.right.rect, state->model, state->output.disparity);
     };
     return {
         {"rectify", [state] { state->process(Processor::LEFT_RECT | Processor::RIGHT_RECT); }},

@@ -15,13 +15,21 @@ using detail::calibrationCategory;
 
 std::string describe(const std::string& filename, const Calibration& calibration)
 {
-    return detail::joinText("Load calibration file: \"", filename, "\"",                 //
-                            "\nWidth: ", calibration.width,                              //
-                            "\nHeight: ", calibration.height,                            //
-                            "\nCamera matrix: ", calibration.cameraMatrix,               //
-                            "\nDistortion: ", calibration.distortion,                    //
-                            "\nRectification matrix: ", calibration.rectificationMatrix, //
-                            "\nProjection matrix: ", calibration.projectionMatrix);
+    return detail::joinText("Load calibration file: \"",
+                            filename,
+                            "\"",
+                            "\nWidth: ",
+                            calibration.width,
+                            "\nHeight: ",
+                            calibration.height,
+                            "\nCamera matrix: ",
+                            calibration.cameraMatrix,
+                            "\nDistortion: ",
+                            calibration.distortion,
+                            "\nRectification matrix: ",
+                            calibration.rectificationMatrix,
+                            "\nProjection matrix: ",
+                            calibration.projectionMatrix);
 }
 
 void readMatrix(const cv::FileStorage& storage, const char* key, cv::Mat& matrix)
@@ -63,12 +71,17 @@ void Calibration::load(const std::string& filename)
         }
         readFields(storage, *this);
         if (detail::isLogged(calibrationCategory, tarn::LogLevel::Verbose)) {
-            detail::emitRecord(tarn::LogLevel::Verbose, calibrationCategory, "load",
-                               describe(filename, *this));
+            detail::emitRecord(
+                tarn::LogLevel::Verbose, calibrationCategory, "load", describe(filename, *this));
         }
     } catch (const std::exception& error) {
-        detail::logRecord(tarn::LogLevel::Error, calibrationCategory, "load",
-                          "Cannot read calibration file \"", filename, "\": ", error.what());
+        detail::logRecord(tarn::LogLevel::Error,
+                          calibrationCategory,
+                          "load",
+                          "Cannot read calibration file \"",
+                          filename,
+                          "\": ",
+                          error.what());
         throw;
     }
 }
@@ -88,8 +101,13 @@ void Calibration::save(const std::string& filename) const
         writeField(storage, "Write rectification matrix.", "rectificationMatrix", rectificationMatrix);
         writeField(storage, "Write projection matrix.", "projectionMatrix", projectionMatrix);
     } catch (const std::exception& error) {
-        detail::logRecord(tarn::LogLevel::Error, calibrationCategory, "save",
-                          "Cannot write calibration file \"", filename, "\": ", error.what());
+        detail::logRecord(tarn::LogLevel::Error,
+                          calibrationCategory,
+                          "save",
+                          "Cannot write calibration file \"",
+                          filename,
+                          "\": ",
+                          error.what());
         throw;
     }
 }

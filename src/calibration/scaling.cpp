@@ -35,8 +35,8 @@ Calibration Calibration::scaleTo(int newWidth, int newHeight) const
 {
     const auto product = [](int a, int b) { return std::int64_t{a} * b; };
     if (product(height, newWidth) != product(width, newHeight)) {
-        detail::refuse<std::invalid_argument>(detail::calibrationCategory, "scaleTo",
-                                              "Invalid aspect ratio for new calibration");
+        detail::refuse<std::invalid_argument>(
+            detail::calibrationCategory, "scaleTo", "Invalid aspect ratio for new calibration");
     }
     requireFloats(cameraMatrix, 2, 3);
     requireFloats(projectionMatrix, 2, 4);

@@ -73,8 +73,8 @@ VISION_WIDE_VECTORS void reprojectRow(const float* disparity, int columns, int y
                       (d[i] <= limits.invalidDisparity ? 0 : ~0u);
         }
         for (int i = 0; i < count; ++i) {
-            points[first + i] = {masked(pointX[i], kept[i]), masked(pointY[i], kept[i]),
-                                 masked(pointZ[i], kept[i])};
+            points[first + i] = {
+                masked(pointX[i], kept[i]), masked(pointY[i], kept[i]), masked(pointZ[i], kept[i])};
         }
     }
 }
@@ -88,8 +88,8 @@ cv::Mat Stereo::computeDepth(const cv::Mat& disparity) const
 
     detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, function, "Computing depth...");
     if (disparity.type() != CV_32FC1) {
-        detail::refuse<std::invalid_argument>(stereoCategory, function,
-                                              "Wrong disparity image type, need CV_32FC1.");
+        detail::refuse<std::invalid_argument>(
+            stereoCategory, function, "Wrong disparity image type, need CV_32FC1.");
     }
     const int scale = detail::requireImageScale(disparity, _leftCalibration.width, function);
     const cv::Matx44d q = _findTransforms(disparity, function).reprojectionMatrix;

@@ -63,8 +63,11 @@ cv::Mat match(cv::StereoMatcher& matcher, const cv::Mat& left, const cv::Mat& ri
         raw.convertTo(disparity, CV_32F, pixelsPerUnit, 0.0);
         return disparity;
     } catch (const std::exception& error) {
-        detail::logRecord(tarn::LogLevel::Error, stereoCategory, function,
-                          "Error in block matching algorithm: ", error.what());
+        detail::logRecord(tarn::LogLevel::Error,
+                          stereoCategory,
+                          function,
+                          "Error in block matching algorithm: ",
+                          error.what());
         throw;
     }
 }
@@ -72,7 +75,8 @@ cv::Mat match(cv::StereoMatcher& matcher, const cv::Mat& left, const cv::Mat& ri
 void requireGreyPair(const cv::Mat& left, const cv::Mat& right)
 {
     if (left.size != right.size) {
-        detail::refuse<std::invalid_argument>(stereoCategory, function,
+        detail::refuse<std::invalid_argument>(stereoCategory,
+                                              function,
                                               "Both image don't have the same size.",
                                               "Both images must have the same size.");
     }
@@ -89,10 +93,10 @@ cv::Mat Stereo::computeDisparity(const cv::Mat& left, const cv::Mat& right) cons
     const int scale = detail::requireImageScale(left, _leftCalibration.width, function);
     const int halvings = static_cast<int>(std::round(std::log2(scale)));
     const ScaledParameters scaled{
-        detail::scaleMinDisparity(_minDisparity, scale), //
-        std::max(_disparityNumber - 16 * halvings, 16),  //
-        scale == 1 ? _windowSize : _windowSize - scale,  //
-        _speckleRange / scale,                           //
+        detail::scaleMinDisparity(_minDisparity, scale),
+        std::max(_disparityNumber - 16 * halvings, 16),
+        scale == 1 ? _windowSize : _windowSize - scale,
+        _speckleRange / scale,
         _speckleWindowSize / scale,
     };
 
@@ -109,9 +113,17 @@ cv::Mat Stereo::computeDisparity(const cv::Mat& left, const cv::Mat& right) cons
     if (_stereoAlgorithm == SGBM) {
         detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, function, "Compute disparity (SGBM)...");
         // The penalties and the left-right check stay 0 whatever their parameters say: results depend on it.
-        const auto matcher =
-            cv::StereoSGBM::create(scaled.minDisparity, scaled.disparityNumber, scaled.blockSize, 0, 0, 0, 0,
-                                   0, 0, 0, cv::StereoSGBM::MODE_SGBM);
+        const auto matcher = cv::StereoSGBM::create(scaled.minDisparity,
+                                                    scaled.disparityNumber,
+                                                    scaled.blockSize,
+                                                    0,
+                                                    0,
+                                                    0,
+                                                    0,
+                                                    0,
+                                                    0,
+                                                    0,
+                                                    cv::StereoSGBM::MODE_SGBM);
         setScaled(*matcher, scaled);
         matcher->setPreFilterCap(_preFilterCap);
         matcher->setUniquenessRatio(_uniquenessRatio);

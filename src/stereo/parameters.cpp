@@ -70,8 +70,12 @@ int Stereo::getWindowSize() const
 
 void Stereo::setWindowSize(int size)
 {
-    require(isOddWithin(size, 5, 255), "setWindowSize", "Invalid window size.", //
-            "Invalid window size (", size, ").");
+    require(isOddWithin(size, 5, 255),
+            "setWindowSize",
+            "Invalid window size.",
+            "Invalid window size (",
+            size,
+            ").");
     _windowSize = size;
 }
 
@@ -83,8 +87,12 @@ int Stereo::getMinDisparity() const
 void Stereo::setMinDisparity(int disparity)
 {
     const std::int64_t bound = _leftCalibration.width; // its negation may not fit an int
-    require(-bound <= disparity && disparity <= bound, "setMinDisparity", "Invalid min disparity.",
-            "Invalid min disparity (", disparity, ").");
+    require(-bound <= disparity && disparity <= bound,
+            "setMinDisparity",
+            "Invalid min disparity.",
+            "Invalid min disparity (",
+            disparity,
+            ").");
     _minDisparity = disparity;
 }
 
@@ -95,8 +103,12 @@ int Stereo::getDisparityNumber() const
 
 void Stereo::setDisparityNumber(int number)
 {
-    require(number > 0 && number % 16 == 0, "setDisparityNumber", "Invalid disparity number.",
-            "Invalid disparity number (", number, "), must be multiple of 16 and strictly positive.");
+    require(number > 0 && number % 16 == 0,
+            "setDisparityNumber",
+            "Invalid disparity number.",
+            "Invalid disparity number (",
+            number,
+            "), must be multiple of 16 and strictly positive.");
     _disparityNumber = number;
 }
 
@@ -107,8 +119,12 @@ int Stereo::getPreFilterCap() const
 
 void Stereo::setPreFilterCap(int cap)
 {
-    require(isWithin(cap, 1, 63), "setPreFilterCap", "Invalid prefilter cap.", //
-            "Invalid Prefilter cap (", cap, ").");
+    require(isWithin(cap, 1, 63),
+            "setPreFilterCap",
+            "Invalid prefilter cap.",
+            "Invalid Prefilter cap (",
+            cap,
+            ").");
     _preFilterCap = cap;
 }
 
@@ -119,8 +135,12 @@ int Stereo::getPreFilterSize() const
 
 void Stereo::setPreFilterSize(int size)
 {
-    require(isOddWithin(size, 5, 255), "setPreFilterSize", "Invalid prefilter size.",
-            "Invalid Prefilter size (", size, ").");
+    require(isOddWithin(size, 5, 255),
+            "setPreFilterSize",
+            "Invalid prefilter size.",
+            "Invalid Prefilter size (",
+            size,
+            ").");
     _preFilterSize = size;
 }
 
@@ -131,8 +151,12 @@ int Stereo::getSpeckleRange() const
 
 void Stereo::setSpeckleRange(int range)
 {
-    require(isWithin(range, 0, 31), "setSpeckleRange", "Invalid speckle range.", //
-            "Invalid Speckle range (", range, ").");
+    require(isWithin(range, 0, 31),
+            "setSpeckleRange",
+            "Invalid speckle range.",
+            "Invalid Speckle range (",
+            range,
+            ").");
     _speckleRange = range;
 }
 
@@ -143,8 +167,12 @@ int Stereo::getSpeckleWindowSize() const
 
 void Stereo::setSpeckleWindowSize(int size)
 {
-    require(isWithin(size, 0, 1000), "setSpeckleWindowSize", "Invalid speckle window size.",
-            "Invalid Speckle window size (", size, ").");
+    require(isWithin(size, 0, 1000),
+            "setSpeckleWindowSize",
+            "Invalid speckle window size.",
+            "Invalid Speckle window size (",
+            size,
+            ").");
     _speckleWindowSize = size;
 }
 
@@ -155,8 +183,12 @@ int Stereo::getTextureThreshold() const
 
 void Stereo::setTextureThreshold(int threshold)
 {
-    require(isWithin(threshold, 0, 10000), "setTextureThreshold", "Invalid texture threshold.",
-            "Invalid Texture threshold (", threshold, ").");
+    require(isWithin(threshold, 0, 10000),
+            "setTextureThreshold",
+            "Invalid texture threshold.",
+            "Invalid Texture threshold (",
+            threshold,
+            ").");
     _textureThreshold = threshold;
 }
 
@@ -167,8 +199,12 @@ int Stereo::getUniquenessRatio() const
 
 void Stereo::setUniquenessRatio(int ratio)
 {
-    require(isWithin(ratio, 0, 100), "setUniquenessRatio", "Invalid uniqueness ratio.",
-            "Invalid Uniqueness ratio (", ratio, ").");
+    require(isWithin(ratio, 0, 100),
+            "setUniquenessRatio",
+            "Invalid uniqueness ratio.",
+            "Invalid Uniqueness ratio (",
+            ratio,
+            ").");
     _uniquenessRatio = ratio;
 }
 

@@ -12,12 +12,14 @@ namespace vision {
 std::pair<cv::Mat, cv::Mat> Stereo::rectifyImages(const cv::Mat& left, const cv::Mat& right) const
 {
     if (left.size != right.size) {
-        detail::refuse<std::invalid_argument>(detail::stereoCategory, "rectifyImages",
+        detail::refuse<std::invalid_argument>(detail::stereoCategory,
+                                              "rectifyImages",
                                               "Both image don't have the same size.",
                                               "Both images must have the same size.");
     }
     if (left.type() != right.type()) {
-        detail::refuse<std::invalid_argument>(detail::stereoCategory, "rectifyImages",
+        detail::refuse<std::invalid_argument>(detail::stereoCategory,
+                                              "rectifyImages",
                                               "Both images don't have the same type.",
                                               "Both images must have the same type.");
     }
@@ -40,8 +42,13 @@ cv::Mat Stereo::_rectifyImage(const cv::Mat& image, ImageIndex index) const
     const ImageTransform& maps = _findTransforms(image, "_rectifyImage");
     const bool isLeft = index == LEFT;
     cv::Mat result;
-    cv::remap(image, result, isLeft ? maps.leftMapX : maps.rightMapX, isLeft ? maps.leftMapY : maps.rightMapY,
-              cv::INTER_LINEAR, cv::BORDER_CONSTANT, cv::Scalar(0, 0, 0, 0));
+    cv::remap(image,
+              result,
+              isLeft ? maps.leftMapX : maps.rightMapX,
+              isLeft ? maps.leftMapY : maps.rightMapY,
+              cv::INTER_LINEAR,
+              cv::BORDER_CONSTANT,
+              cv::Scalar(0, 0, 0, 0));
     return result;
 }
 

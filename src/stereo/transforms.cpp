@@ -31,8 +31,14 @@ int toMinDisparity(float disparity)
 void buildMaps(const Calibration& calibration, const cv::Size& size, cv::Mat& mapX, cv::Mat& mapY)
 {
     const cv::Mat newCameraMatrix(calibration.projectionMatrix, cv::Range::all(), cv::Range(0, 3));
-    cv::initUndistortRectifyMap(calibration.cameraMatrix, calibration.distortion,
-                                calibration.rectificationMatrix, newCameraMatrix, size, CV_32FC1, mapX, mapY);
+    cv::initUndistortRectifyMap(calibration.cameraMatrix,
+                                calibration.distortion,
+                                calibration.rectificationMatrix,
+                                newCameraMatrix,
+                                size,
+                                CV_32FC1,
+                                mapX,
+                                mapY);
 }
 
 /// The matrix Q of cv::stereoRectify, from the projection matrices of a horizontal pair.
@@ -43,11 +49,13 @@ cv::Mat buildReprojection(const cv::Mat& left, const cv::Mat& right)
     const float cy = left.at<float>(1, 2);
     const float rightCx = right.at<float>(0, 2);
     const float tx = right.at<float>(0, 3) / f;
-    const cv::Matx44f matrix(1, 0, 0, -cx, //
-                             0, 1, 0, -cy, //
-                             0, 0, 0, f,   //
-                             0, 0, -1 / tx, (cx - rightCx) / tx);
-    return cv::Mat(matrix, true);
+    float rows[4][4] = {
+        {1, 0, 0, -cx},
+        {0, 1, 0, -cy},
+        {0, 0, 0, f},
+        {0, 0, -1 / tx, (cx - rightCx) / tx},
+    };
+    return cv::Mat(4, 4, CV_32FC1, rows).clone();
 }
 
 } // namespace
@@ -55,14 +63,22 @@ cv::Mat buildReprojection(const cv::Mat& left, const cv::Mat& right)
 void Stereo::setCalibrations(const Calibration& left, const Calibration& right)
 {
     if (left.width != right.width || left.height != right.height) {
-        detail::refuse<std::invalid_argument>(
-            detail::stereoCategory, "setCalibrations", "Calibrations don't have the same size.",
-            "Left and Right calibration don't have the same size.", " left: ", left.width, "x", left.height,
-            " right: ", right.width, "x", right.height);
+        detail::refuse<std::invalid_argument>(detail::stereoCategory,
+                                              "setCalibrations",
+                                              "Calibrations don't have the same size.",
+                                              "Left and Right calibration don't have the same size.",
+                                              " left: ",
+                                              left.width,
+                                              "x",
+                                              left.height,
+                                              " right: ",
+                                              right.width,
+                                              "x",
+                                              right.height);
     }
     if (!isProjection(left.projectionMatrix) || !isProjection(right.projectionMatrix)) {
-        detail::refuse<std::invalid_argument>(detail::stereoCategory, "setCalibrations",
-                                              "Projection matrices must be 3x4 CV_32FC1.");
+        detail::refuse<std::invalid_argument>(
+            detail::stereoCategory, "setCalibrations", "Projection matrices must be 3x4 CV_32FC1.");
     }
     _leftCalibration = left;
     _rightCalibration = right;
@@ -102,8 +118,15 @@ const Stereo::ImageTransform& Stereo::_findTransforms(const cv::Mat& image, cons
     if (cached != _imageTransforms.end()) {
         return cached->second;
     }
-    detail::logRecord(tarn::LogLevel::Verbose, detail::stereoCategory, function,
-                      "Compute transforms for resolution ", "[", size.width, " x ", size.height, "]");
+    detail::logRecord(tarn::LogLevel::Verbose,
+                      detail::stereoCategory,
+                      function,
+                      "Compute transforms for resolution ",
+                      "[",
+                      size.width,
+                      " x ",
+                      size.height,
+                      "]");
     return _imageTransforms.emplace(size, computeImageTransforms(size)).first->second;
 }
 

@@ -25,7 +25,8 @@ void reportNonsense(const std::string& entry)
     std::fprintf(stderr,
                  "TARN_LOG: ignoring \"%s\"; write LEVEL or CATEGORY=LEVEL, separated by commas, "
                  "with LEVEL from 0 to %d.\n",
-                 entry.c_str(), maxLevel);
+                 entry.c_str(),
+                 maxLevel);
 }
 
 } // namespace

@@ -39,9 +39,12 @@ public:
     void operator()(const Record& record) const
     {
         // Our own level names go into the text: spdlog's six do not match ours.
-        _logger->log(record.time, {}, spdlog::level::critical,
-                     fmt::format("{} {} {}: {}", levelName(record.level), record.category, record.function,
-                                 record.message));
+        _logger->log(
+            record.time,
+            {},
+            spdlog::level::critical,
+            fmt::format(
+                "{} {} {}: {}", levelName(record.level), record.category, record.function, record.message));
     }
 
 private:

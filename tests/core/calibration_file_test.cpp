@@ -73,8 +73,12 @@ TEST_F(CalibrationFile, RoundTripIsExactInEveryFormatAndIsLogged)
     Calibration stored(_stored);
     stored.distortion.release(); // an empty one comes back empty
     LogEntries saving;
-    for (const std::string part : {"calibration width", "calibration height", "camera matrix",
-                                   "distortion matrix", "rectification matrix", "projection matrix"}) {
+    for (const std::string part : {"calibration width",
+                                   "calibration height",
+                                   "camera matrix",
+                                   "distortion matrix",
+                                   "rectification matrix",
+                                   "projection matrix"}) {
         saving.push_back(calibrationVerbose("save", "Write " + part + "."));
     }
     for (const std::string extension : {".yml", ".xml", ".json", ".yml.gz"}) {
@@ -85,19 +89,19 @@ TEST_F(CalibrationFile, RoundTripIsExactInEveryFormatAndIsLogged)
         loaded.load(_file + extension);
         EXPECT_TRUE(loaded == stored);
         const Lines fields = fieldsOf(stored);
-        EXPECT_EQ(
-            log.take(),
-            LogEntries{calibrationVerbose(
-                "load", "Load calibration file: \"" + _file + extension + "\"\nWidth: 640\nHeight: 480" +
-                            "\nCamera matrix: " + fields[2] + "\nDistortion: " + fields[3] +
-                            "\nRectification matrix: " + fields[4] + "\nProjection matrix: " + fields[5])});
+        EXPECT_EQ(log.take(),
+                  LogEntries{calibrationVerbose(
+                      "load",
+                      "Load calibration file: \"" + _file + extension + "\"\nWidth: 640\nHeight: 480" +
+                          "\nCamera matrix: " + fields[2] + "\nDistortion: " + fields[3] +
+                          "\nRectification matrix: " + fields[4] + "\nProjection matrix: " + fields[5])});
     }
 }
 
 TEST_F(CalibrationFile, HoldsSixEntriesThatAreFoundByNameAndMayBeMissing)
 {
-    const Lines keys{"width",           "height", "cameraMatrix", "distortion", "rectificationMatrix",
-                     "projectionMatrix"};
+    const Lines keys{
+        "width", "height", "cameraMatrix", "distortion", "rectificationMatrix", "projectionMatrix"};
     ASSERT_EQ(_entries.size(), keys.size());
     for (std::size_t i = 0; i < keys.size(); ++i) {
         EXPECT_EQ(_entries[i].substr(0, _entries[i].find(':')), keys[i]);

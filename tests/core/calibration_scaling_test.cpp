@@ -43,7 +43,8 @@ TEST(CalibrationScaling, IsRefusedForAnotherAspectRatio)
 {
     const std::string text = "Invalid aspect ratio for new calibration";
     for (const cv::Size size : {cv::Size(321, 241), cv::Size(320, 241), cv::Size(321, 240)}) {
-        expectRefusal<std::invalid_argument>([&] { (void)source.scaleTo(size.width, size.height); }, text,
+        expectRefusal<std::invalid_argument>([&] { (void)source.scaleTo(size.width, size.height); },
+                                             text,
                                              {calibrationError("scaleTo", text)});
     }
 }

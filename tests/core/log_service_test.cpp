@@ -42,8 +42,9 @@ TEST(LogService, TakesLevelsFromTheEnvironmentAndWorksWithStaticObjects)
         {"12,vision.stereo=7,=3,other=4", // each nonsense is reported once, the rest is taken
          "^[^\n]*\"12\"[^\n]*\n[^\n]*\"vision.stereo=7\"[^\n]*\n[^\n]*\"=3\"[^\n]*\n"
          "vision.stereo 2\nother 4\n$"},
-        {"global=6", "^[-0-9]+ [:.0-9]+ error global static: constructed\nvision.stereo 2\nother 2\n"
-                     "([-0-9]+ [:.0-9]+ error global static: destroyed\n){2}$"},
+        {"global=6",
+         "^[-0-9]+ [:.0-9]+ error global static: constructed\nvision.stereo 2\nother 2\n"
+         "([-0-9]+ [:.0-9]+ error global static: destroyed\n){2}$"},
     };
     for (const auto& [value, pattern] : rows) {
         setenv("TARN_LOG", value, 1);

@@ -77,8 +77,11 @@ TEST_F(MalformedFile, CrashesAndStallsNothing)
     const std::pair<const char*, std::vector<std::string>> rows[] = {
         {"it holds base64 data", {"base64.yml", "base64-blank.yml", "base64.json", "base64.xml"}},
         {"list follows the end",
-         {"list-behind-document.yml", "list-behind-brackets.yml", "list-behind-typed-dash.yml",
-          "list-behind-dots-as-text.yml", "list-behind-indented.yml"}},
+         {"list-behind-document.yml",
+          "list-behind-brackets.yml",
+          "list-behind-typed-dash.yml",
+          "list-behind-dots-as-text.yml",
+          "list-behind-indented.yml"}},
         {"its top level", {"short-line-behind-document.yml"}},
         {"ends behind the '='", {"ends-behind-equals.xml"}},
         {"basic_string", {"blank-key.yml"}},
@@ -101,8 +104,9 @@ TEST_F(MalformedFile, CrashesAndStallsNothing)
 
 TEST_F(MalformedFile, IsNoneThatIsMerelyOdd)
 {
-    support::runShell(folder.path(), "cp '" + dataFolder + "'/odd/* .; for f in *; do gzip <$f >$f.gz; " +
-                                         "sed 's/$/\\r/' $f >crlf-$f; cp $f $f-plain.gz; done; rm *.txt*");
+    support::runShell(folder.path(),
+                      "cp '" + dataFolder + "'/odd/* .; for f in *; do gzip <$f >$f.gz; " +
+                          "sed 's/$/\\r/' $f >crlf-$f; cp $f $f-plain.gz; done; rm *.txt*");
     const int room = (1 << 20) - static_cast<int>(yaml.size());
     write("large.yml", yaml + "x: [0" + repeat(",0", room / 2 - 4) + "]\n");
     write("brackets.yml",

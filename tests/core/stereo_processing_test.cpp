@@ -115,7 +115,10 @@ TEST(StereoProcessing, RefusesUnusableImages)
         std::string logged = thrown;
     } const rows[] = {
         {rectify, grey, colour.t(), size, loggedSize},
-        {rectify, grey, colour, "Both images don't have the same type.",
+        {rectify,
+         grey,
+         colour,
+         "Both images don't have the same type.",
          "Both images must have the same type."},
         {match, grey, deep.t(), size, loggedSize},
         {match, colour, colour, "Wrong rectify type, need CV_8UC1 rectify.", ""},
@@ -144,8 +147,8 @@ TEST(StereoProcessing, RefusesUnusableImages)
         EXPECT_TRUE(stereo._imageTransforms.empty());
     }
     const std::string unset = "Calibrations must be set before images are processed.";
-    expectRefusal<std::invalid_argument>([&] { (void)Stereo().computeDisparity(grey, grey); }, unset,
-                                         {stereoError(match, unset)});
+    expectRefusal<std::invalid_argument>(
+        [&] { (void)Stereo().computeDisparity(grey, grey); }, unset, {stereoError(match, unset)});
 }
 
 TEST(StereoDisparity, RefusesRangesAndWindowsThatLeaveTheMatchersBuffers)

@@ -34,14 +34,15 @@ TEST(StereoCalibrations, AreRefusedBeforeAnythingChanges)
     const auto pair = makeCalibrations();
     OpenStereo stereo(pair);
     (void)stereo.rectifyImageLeft(image(64, 48));
-    const auto expectRefused = [&](const CalibrationPair& refused, const std::string& thrown,
-                                   const std::string& logged) {
-        expectRefusal<std::invalid_argument>([&] { stereo.setCalibrations(refused.left, refused.right); },
-                                             thrown, {stereoError("setCalibrations", logged)});
-        EXPECT_TRUE(stereo._leftCalibration == pair.left && stereo._rightCalibration == pair.right);
-        EXPECT_EQ(stereo._imageTransforms.size(), 1U);
-        EXPECT_EQ(stereo.getMinDisparity(), 20);
-    };
+    const auto expectRefused =
+        [&](const CalibrationPair& refused, const std::string& thrown, const std::string& logged) {
+            expectRefusal<std::invalid_argument>([&] { stereo.setCalibrations(refused.left, refused.right); },
+                                                 thrown,
+                                                 {stereoError("setCalibrations", logged)});
+            EXPECT_TRUE(stereo._leftCalibration == pair.left && stereo._rightCalibration == pair.right);
+            EXPECT_EQ(stereo._imageTransforms.size(), 1U);
+            EXPECT_EQ(stereo.getMinDisparity(), 20);
+        };
     const std::string size = "Calibrations don't have the same size.";
     const std::string sizes = "Left and Right calibration don't have the same size. left: ";
     expectRefused({makeCalibration(320, 480, 0), pair.right}, size, sizes + "320x480 right: 640x480");
@@ -63,11 +64,14 @@ TEST(StereoCalibrations, DeriveTheMinimumDisparityFromTheMaximumDepth)
         float leftCx, rightCx, translation, maxDepth;
         int derived; ///< taken up to the width of 640 px
     } const rows[] = {
-        {320, 320, -64.9f, 5, 12},         {310, 302, -60, 5, 20},
+        {320, 320, -64.9f, 5, 12},
+        {310, 302, -60, 5, 20},
         {300, 310.5f, -1, 10, -11}, // rounded down, not towards zero
-        {320, 320, -60, INFINITY, 0},      {320, 320, -641, 1, 641},
+        {320, 320, -60, INFINITY, 0},
+        {320, 320, -641, 1, 641},
         {16777216, 1, -0.6f, 1, 16777216}, // single precision, principal points first
-        {320, 320, -60, NAN, INT_MIN},     {320, 320, -3e38f, 1e-3f, INT_MIN},
+        {320, 320, -60, NAN, INT_MIN},
+        {320, 320, -3e38f, 1e-3f, INT_MIN},
         {2147483648.0f, 0, 0, 5, INT_MIN},
     };
     for (const auto& row : rows) {
@@ -85,8 +89,8 @@ TEST(StereoCalibrations, DeriveTheMinimumDisparityFromTheMaximumDepth)
             EXPECT_EQ(stereo.getMinDisparity(), row.derived);
         } else {
             const std::string logged = "Invalid min disparity (" + std::to_string(row.derived) + ").";
-            expectRefusal<std::range_error>(set, "Invalid min disparity.",
-                                            {stereoError("setMinDisparity", logged)});
+            expectRefusal<std::range_error>(
+                set, "Invalid min disparity.", {stereoError("setMinDisparity", logged)});
             EXPECT_EQ(stereo.getMinDisparity(), 20);
         }
         EXPECT_TRUE(stereo._leftCalibration == pair.left && stereo._rightCalibration == pair.right);

@@ -30,7 +30,12 @@ public:
     float real()
     {
         const float odd = pick({std::numeric_limits<float>::infinity(),
-                                std::numeric_limits<float>::quiet_NaN(), -1.0f, 1e38f, -1e38f, 1e-38f, 0.0f});
+                                std::numeric_limits<float>::quiet_NaN(),
+                                -1.0f,
+                                1e38f,
+                                -1e38f,
+                                1e-38f,
+                                0.0f});
         return rarely() ? odd : static_cast<float>(byte()) - 32.0f + static_cast<float>(byte()) / 256.0f;
     }
     int anyType() { return CV_MAKETYPE(byte() % 8, 1 + byte() % 4); }
@@ -90,10 +95,18 @@ void setParameter(vision::Stereo& stereo, Input& input)
 {
     using vision::Stereo;
     constexpr void (Stereo::*setters[])(int) = {
-        &Stereo::setWindowSize,   &Stereo::setMinDisparity,      &Stereo::setDisparityNumber,
-        &Stereo::setPreFilterCap, &Stereo::setPreFilterSize,     &Stereo::setSpeckleRange,
-        &Stereo::setP1,           &Stereo::setSpeckleWindowSize, &Stereo::setTextureThreshold,
-        &Stereo::setP2,           &Stereo::setUniquenessRatio,   &Stereo::setDisp12MaxDiff,
+        &Stereo::setWindowSize,
+        &Stereo::setMinDisparity,
+        &Stereo::setDisparityNumber,
+        &Stereo::setPreFilterCap,
+        &Stereo::setPreFilterSize,
+        &Stereo::setSpeckleRange,
+        &Stereo::setP1,
+        &Stereo::setSpeckleWindowSize,
+        &Stereo::setTextureThreshold,
+        &Stereo::setP2,
+        &Stereo::setUniquenessRatio,
+        &Stereo::setDisp12MaxDiff,
     };
     (stereo.*setters[static_cast<std::size_t>(input.byte()) % std::size(setters)])(input.integer());
 }

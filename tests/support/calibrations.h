@@ -8,7 +8,8 @@
 
 namespace support {
 
-inline constexpr auto matrixFields = {&vision::Calibration::cameraMatrix, &vision::Calibration::distortion,
+inline constexpr auto matrixFields = {&vision::Calibration::cameraMatrix,
+                                      &vision::Calibration::distortion,
                                       &vision::Calibration::rectificationMatrix,
                                       &vision::Calibration::projectionMatrix}; // in the order of declaration
 
@@ -27,12 +28,20 @@ inline vision::Calibration makeCalibration(int width, int height, float side)
     vision::Calibration c;
     c.width = width;
     c.height = height;
-    c.cameraMatrix = (cv::Mat_<float>(3, 3) << (520 - 9 * side) * u, 0, (318 + 7 * side) * u, 0,
-                      (517 - 5 * side) * u, (243 - 4 * side) * u, 0, 0, 1);
+    float camera[3][3] = {
+        {(520 - 9 * side) * u, 0, (318 + 7 * side) * u},
+        {0, (517 - 5 * side) * u, (243 - 4 * side) * u},
+        {0, 0, 1},
+    };
+    c.cameraMatrix = cv::Mat(3, 3, CV_32FC1, camera).clone();
     c.distortion = (cv::Mat_<float>(1, 5) << -0.08f + 0.01f * side, 0.03f, 0.001f, -0.0007f, 0.01f);
     cv::Rodrigues(cv::Matx31f(0.01f - 0.015f * side, -0.02f, 0.005f), c.rectificationMatrix);
-    c.projectionMatrix = (cv::Mat_<float>(3, 4) << 500 * u, 0, (310 - 8 * side) * u,
-                          0 - 500 * u * baseline * side, 0, 505 * u, 240 * u, 0, 0, 0, 1, 0);
+    float projection[3][4] = {
+        {500 * u, 0, (310 - 8 * side) * u, 0 - 500 * u * baseline * side},
+        {0, 505 * u, 240 * u, 0},
+        {0, 0, 1, 0},
+    };
+    c.projectionMatrix = cv::Mat(3, 4, CV_32FC1, projection).clone();
     return c;
 }
 

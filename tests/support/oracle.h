@@ -35,8 +35,14 @@ inline std::pair<cv::Mat, cv::Mat> maps(const vision::Calibration& calibration, 
 {
     const auto camera = scaled(calibration, size);
     cv::Mat x, y;
-    cv::initUndistortRectifyMap(camera.cameraMatrix, camera.distortion, camera.rectificationMatrix,
-                                camera.projectionMatrix.colRange(0, 3), size, CV_32FC1, x, y);
+    cv::initUndistortRectifyMap(camera.cameraMatrix,
+                                camera.distortion,
+                                camera.rectificationMatrix,
+                                camera.projectionMatrix.colRange(0, 3),
+                                size,
+                                CV_32FC1,
+                                x,
+                                y);
     return {x, y};
 }
 
@@ -45,10 +51,13 @@ inline cv::Mat reprojection(const CalibrationPair& pair, cv::Size size)
     const cv::Matx34f left = scaled(pair.left, size).projectionMatrix;
     const cv::Matx34f right = scaled(pair.right, size).projectionMatrix;
     const float tx = right(0, 3) / left(0, 0);
-    return (cv::Mat_<float>(4, 4) << 1, 0, 0, -left(0, 2), //
-            0, 1, 0, -left(1, 2),                          //
-            0, 0, 0, left(0, 0),                           //
-            0, 0, -1 / tx, (left(0, 2) - right(0, 2)) / tx);
+    float rows[4][4] = {
+        {1, 0, 0, -left(0, 2)},
+        {0, 1, 0, -left(1, 2)},
+        {0, 0, 0, left(0, 0)},
+        {0, 0, -1 / tx, (left(0, 2) - right(0, 2)) / tx},
+    };
+    return cv::Mat(4, 4, CV_32FC1, rows).clone();
 }
 
 inline cv::Mat rectify(const cv::Mat& image, const std::pair<cv::Mat, cv::Mat>& maps)
@@ -76,8 +85,17 @@ inline cv::Mat disparity(const vision::Stereo& p, int calibrationWidth, const cv
         bm->setUniquenessRatio(p.getUniquenessRatio());
         matcher = bm;
     } else {
-        matcher = cv::StereoSGBM::create(lowest, number, block, 0, 0, 0, p.getPreFilterCap(),
-                                         p.getUniquenessRatio(), 0, 0, cv::StereoSGBM::MODE_SGBM);
+        matcher = cv::StereoSGBM::create(lowest,
+                                         number,
+                                         block,
+                                         0,
+                                         0,
+                                         0,
+                                         p.getPreFilterCap(),
+                                         p.getUniquenessRatio(),
+                                         0,
+                                         0,
+                                         cv::StereoSGBM::MODE_SGBM);
     }
     matcher->setMinDisparity(lowest);
     matcher->setBlockSize(block);

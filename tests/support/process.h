@@ -29,7 +29,8 @@ inline Outcome runShell(const std::string& folder, const std::string& command)
     const std::string line =
         "cd '" + folder + "' && unset TARN_LOG; { " + command + "; } >stdout.txt 2>stderr.txt </dev/null";
     const int status = std::system(line.c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, readFile(folder + "/stdout.txt"),
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1,
+            readFile(folder + "/stdout.txt"),
             readFile(folder + "/stderr.txt")};
 }
 

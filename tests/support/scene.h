@@ -49,8 +49,11 @@ inline cv::Mat photograph(const Plane& plane, const vision::Calibration& camera)
         pixel = {static_cast<float>(at[1]), static_cast<float>(at[0])};
     });
     cv::Mat rays;
-    cv::undistortPoints(pixels.reshape(2, pixels.rows * pixels.cols), rays, camera.cameraMatrix,
-                        camera.distortion, camera.rectificationMatrix);
+    cv::undistortPoints(pixels.reshape(2, pixels.rows * pixels.cols),
+                        rays,
+                        camera.cameraMatrix,
+                        camera.distortion,
+                        camera.rectificationMatrix);
     rays = rays.reshape(2, pixels.rows);
     rays.forEach<cv::Point2f>([&](cv::Point2f& ray, const int*) {
         const double z = plane.depth(ray.x, shift);

@@ -94,7 +94,9 @@ protected:
 
 TEST_F(Tool, CalibratesTheRealPairs)
 {
-    const std::string out = run("calibrate --left images/left??.jpg --right images/right??.jpg", 0, "",
+    const std::string out = run("calibrate --left images/left??.jpg --right images/right??.jpg",
+                                0,
+                                "",
                                 HasSubstr("pairs used: 13 of 13\n"));
     for (const char* label : {"rms left: ", "rms right: ", "rms stereo: ", "row error: "}) {
         EXPECT_LT(valueOf(label, out), 0.25) << label;
@@ -108,7 +110,9 @@ TEST_F(Tool, CalibratesTheRealPairs)
     EXPECT_NEAR(valueOf("baseline: ", out), -1000 * projection(0, 3) / projection(0, 0), 0.01); // two digits
     const std::string depth = run("cp out/*.yml .; depth --left images/left01.jpg --right images/right01.jpg "
                                   "--disparities 160",
-                                  0, "", HasSubstr("wrote out/left01-points.ply"));
+                                  0,
+                                  "",
+                                  HasSubstr("wrote out/left01-points.ply"));
     EXPECT_NEAR(valueOf("depth median ", depth), 0.4, 0.03);
 
     // The depth image holds the squares in their size.
@@ -151,8 +155,10 @@ TEST_F(Tool, SkipsPairsThatCannotBeUsed)
         run("calibrate --left images/left0[1-9].jpg images/fruits.jpg broken.jpg images/box.png"
             " --right images/right0[1-7].jpg moved.png images/right12.jpg images/home.jpg r.jpg"
             " images/box_in_scene.png",
-            1, AllOf(HasSubstr("broken.jpg: "), HasSubstr("box.png is "), HasSubstr("fruits.jpg")),
-            AllOf(HasSubstr("pairs used: 7 of 12\n"), HasSubstr("right12.jpg: does not fit"),
+            1,
+            AllOf(HasSubstr("broken.jpg: "), HasSubstr("box.png is "), HasSubstr("fruits.jpg")),
+            AllOf(HasSubstr("pairs used: 7 of 12\n"),
+                  HasSubstr("right12.jpg: does not fit"),
                   HasSubstr("moved.png: does not fit")));
     EXPECT_NEAR(valueOf("baseline: ", out), 83.2, 0.5);
 }
@@ -178,7 +184,8 @@ TEST_F(Tool, ComputesThePlane)
     for (const auto& [options, note] : rows) {
         const bool isPlain = *note == '\0';
         const std::string out =
-            run(std::string(isPlain ? "plane" : "depth") + " --force --window 9 " + options, 0,
+            run(std::string(isPlain ? "plane" : "depth") + " --force --window 9 " + options,
+                0,
                 isPlain ? testing::Matcher<std::string>("") : HasSubstr(note),
                 AllOf(HasSubstr("depth median 1.500 m"), HasSubstr("-points.ply")));
         EXPECT_GT(valueOf("matched ", out), 70) << options;
@@ -210,8 +217,10 @@ TEST_F(Tool, WritesTheSameDepthToAllFiles)
     std::size_t at = ply.find("end_header\n") + 11;
     const std::string count = std::to_string((ply.size() - at) / stride);
     EXPECT_THAT(ply,
-                AllOf(testing::StartsWith("ply\nformat binary_little_endian 1.0\n"), HasSubstr("z forward"),
-                      HasSubstr("metre"), HasSubstr("element vertex " + count + "\n")));
+                AllOf(testing::StartsWith("ply\nformat binary_little_endian 1.0\n"),
+                      HasSubstr("z forward"),
+                      HasSubstr("metre"),
+                      HasSubstr("element vertex " + count + "\n")));
     const cv::Mat trusted = matched & (disparity >= focalLength * baseline / 5); // the default maximum depth
     EXPECT_EQ((ply.size() - at) / stride, static_cast<std::size_t>(cv::countNonZero(trusted)));
     for (; at + stride <= ply.size(); at += stride) {
@@ -241,9 +250,12 @@ TEST_F(Tool, GoesOnAfterAnImageThatFails)
         "cp wide.png wide2.png; touch empty.png; head -c 20000 l.png >cut.png; depth --disparities 48 ";
     const std::string names = "--left missing.png empty.png cut.png wide.png high.png . ";
     const std::string partners = "--right r.png r.png r.png wide2.png r.png r.png ";
-    const auto complains = AllOf(HasSubstr("missing.png: "), HasSubstr("empty.png: is empty"),
-                                 HasSubstr("cut.png: the image is damaged"), HasSubstr("wide.png: "),
-                                 HasSubstr("high.png is 320 x 300"), HasSubstr(".: "));
+    const auto complains = AllOf(HasSubstr("missing.png: "),
+                                 HasSubstr("empty.png: is empty"),
+                                 HasSubstr("cut.png: the image is damaged"),
+                                 HasSubstr("wide.png: "),
+                                 HasSubstr("high.png is 320 x 300"),
+                                 HasSubstr(".: "));
     run(prepare + names + partners, 2, complains);
     EXPECT_EQ(listOutput(), "");
     run(prepare + names + "l.png " + partners + "r.png", 1, complains);
@@ -252,7 +264,8 @@ TEST_F(Tool, GoesOnAfterAnImageThatFails)
 
 TEST_F(Tool, KeepsExistingFilesUnlessForced)
 {
-    run("mkdir out; echo precious >out/l-points.ply; plane", 2,
+    run("mkdir out; echo precious >out/l-points.ply; plane",
+        2,
         AllOf(HasSubstr("out/l-points.ply"), HasSubstr("--force")));
     EXPECT_EQ(listOutput(), "l-points.ply\n");
     run("cat out/l-points.ply", 0, "", "precious\n");
@@ -288,7 +301,9 @@ TEST_F(Tool, LeavesNothingBehindWhenADiskIsFull)
 TEST_F(Tool, ExplainsItself)
 {
     for (const std::string command : {"tool", "tool calibrate", "tool depth"}) {
-        run(command + " --help", 0, "",
+        run(command + " --help",
+            0,
+            "",
             AllOf(HasSubstr("Usage: stereovision"), HasSubstr("Example: stereovision")));
     }
     run("tool --version", 0, "", "stereovision " STEREOVISION_VERSION "\n");
@@ -328,10 +343,19 @@ TEST_F(Tool, SaysWhatToChangeAndWritesNothing)
         {"BOARD=9 calibrate --left l.png --right r.png", "--board"},
         {"BOARD=9x2 calibrate --left l.png --right r.png", "--board"},
     };
-    for (const std::string option :
-         {"--colour", "--window 4", "--disparities 20", "--max-depth 1mm", "--min-disparity -321",
-          "--prefilter-cap 64", "--prefilter-size 4", "--speckle-range 32", "--speckle-window 1001",
-          "--texture-threshold -1", "--uniqueness 101", "--p1 -1", "--p2 -1"}) {
+    for (const std::string option : {"--colour",
+                                     "--window 4",
+                                     "--disparities 20",
+                                     "--max-depth 1mm",
+                                     "--min-disparity -321",
+                                     "--prefilter-cap 64",
+                                     "--prefilter-size 4",
+                                     "--speckle-range 32",
+                                     "--speckle-window 1001",
+                                     "--texture-threshold -1",
+                                     "--uniqueness 101",
+                                     "--p1 -1",
+                                     "--p2 -1"}) {
         rows.emplace_back("plane " + option, option);
     }
     run("echo no calibration >text.yml; sed /projectionMatrix/,\\$d right.yml >partial.yml", 0, "");

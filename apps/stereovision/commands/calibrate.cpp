@@ -137,7 +137,8 @@ ExitCode runCalibrate(const CalibrateOptions& options, Console& console)
         skip(boards.pairs[outlier.view],
              "does not fit the other pairs (" + formatFixed(outlier.error, 1) +
                  " px): wrong partner image, or a board turned by 180 degrees",
-             boards, console);
+             boards,
+             console);
     }
 
     OutputFiles output(folder);

@@ -114,7 +114,8 @@ Command addDepth(CLI::App& program)
         ->type_name("FILE");
     app->add_option("--output", options->output, "Folder for the results")->required()->type_name("DIR");
     app->add_flag("--force", options->force, "Overwrite existing files");
-    app->add_option("--resize", options->resize,
+    app->add_option("--resize",
+                    options->resize,
                     "Scale the images by this factor first, for speed: 0.5 halves width and height")
         ->check(CLI::Range(0.001, 1.0))
         ->capture_default_str()

@@ -47,8 +47,8 @@ Camera calibrateCamera(const std::vector<std::vector<cv::Point3f>>& boards,
     Camera camera;
     std::vector<cv::Mat> rotations;
     std::vector<cv::Mat> translations;
-    camera.rms = cv::calibrateCamera(boards, corners, imageSize, camera.matrix, camera.distortion, rotations,
-                                     translations);
+    camera.rms = cv::calibrateCamera(
+        boards, corners, imageSize, camera.matrix, camera.distortion, rotations, translations);
     return camera;
 }
 
@@ -66,10 +66,20 @@ Fit fit(const std::vector<BoardView>& views, const std::vector<std::size_t>& use
     cv::Mat fundamental;
     cv::Mat errors;
     // Each camera alone is determined better than together with the position of the other.
-    result.rms =
-        cv::stereoCalibrate(boards, left, right, result.left.matrix, result.left.distortion,
-                            result.right.matrix, result.right.distortion, imageSize, result.rotation,
-                            result.translation, essential, fundamental, errors, cv::CALIB_FIX_INTRINSIC);
+    result.rms = cv::stereoCalibrate(boards,
+                                     left,
+                                     right,
+                                     result.left.matrix,
+                                     result.left.distortion,
+                                     result.right.matrix,
+                                     result.right.distortion,
+                                     imageSize,
+                                     result.rotation,
+                                     result.translation,
+                                     essential,
+                                     fundamental,
+                                     errors,
+                                     cv::CALIB_FIX_INTRINSIC);
     for (int view = 0; view < errors.rows; ++view) {
         result.viewErrors.push_back(std::max(errors.at<double>(view, 0), errors.at<double>(view, 1)));
     }
@@ -122,25 +132,37 @@ void rectify(const Fit& fit, const cv::Size& imageSize, PairCalibration& calibra
     cv::Mat leftProjection;
     cv::Mat rightProjection;
     cv::Mat reprojection;
-    cv::stereoRectify(fit.left.matrix, fit.left.distortion, fit.right.matrix, fit.right.distortion, imageSize,
-                      fit.rotation, fit.translation, leftRotation, rightRotation, leftProjection,
-                      rightProjection, reprojection, cv::CALIB_ZERO_DISPARITY, onlyValidPixels, imageSize);
+    cv::stereoRectify(fit.left.matrix,
+                      fit.left.distortion,
+                      fit.right.matrix,
+                      fit.right.distortion,
+                      imageSize,
+                      fit.rotation,
+                      fit.translation,
+                      leftRotation,
+                      rightRotation,
+                      leftProjection,
+                      rightProjection,
+                      reprojection,
+                      cv::CALIB_ZERO_DISPARITY,
+                      onlyValidPixels,
+                      imageSize);
     if (rightProjection.at<double>(0, 3) >= 0) {
         throw Failure(rightProjection.at<double>(1, 3) != 0
                           ? "the cameras stand above each other: only cameras side by side can be used"
                           : "the left camera stands to the right of the right one: swap --left and --right");
     }
-    const auto makeRecord = [&imageSize](const Camera& camera, const cv::Mat& rotation,
-                                         const cv::Mat& projection) {
-        vision::Calibration record;
-        record.width = imageSize.width;
-        record.height = imageSize.height;
-        record.cameraMatrix = toFloat(camera.matrix);
-        record.distortion = toFloat(camera.distortion);
-        record.rectificationMatrix = toFloat(rotation);
-        record.projectionMatrix = toFloat(projection);
-        return record;
-    };
+    const auto makeRecord =
+        [&imageSize](const Camera& camera, const cv::Mat& rotation, const cv::Mat& projection) {
+            vision::Calibration record;
+            record.width = imageSize.width;
+            record.height = imageSize.height;
+            record.cameraMatrix = toFloat(camera.matrix);
+            record.distortion = toFloat(camera.distortion);
+            record.rectificationMatrix = toFloat(rotation);
+            record.projectionMatrix = toFloat(projection);
+            return record;
+        };
     calibration.left = makeRecord(fit.left, leftRotation, leftProjection);
     calibration.right = makeRecord(fit.right, rightRotation, rightProjection);
 }

@@ -13,8 +13,12 @@ namespace {
 Corners rectify(const Corners& corners, const vision::Calibration& calibration)
 {
     Corners rectified;
-    cv::undistortPoints(corners, rectified, calibration.cameraMatrix, calibration.distortion,
-                        calibration.rectificationMatrix, calibration.projectionMatrix);
+    cv::undistortPoints(corners,
+                        rectified,
+                        calibration.cameraMatrix,
+                        calibration.distortion,
+                        calibration.rectificationMatrix,
+                        calibration.projectionMatrix);
     return rectified;
 }
 

@@ -42,8 +42,10 @@ struct Search
 Search adaptSearch(const Stereo& stereo, int scale)
 {
     const int halvings = static_cast<int>(std::round(std::log2(scale)));
-    return {scale, scale == 1 ? stereo.getWindowSize() : stereo.getWindowSize() - scale,
-            stereo.getMinDisparity() / scale - 1, std::max(stereo.getDisparityNumber() - 16 * halvings, 16)};
+    return {scale,
+            scale == 1 ? stereo.getWindowSize() : stereo.getWindowSize() - scale,
+            stereo.getMinDisparity() / scale - 1,
+            std::max(stereo.getDisparityNumber() - 16 * halvings, 16)};
 }
 
 /// The matchers fail or read beyond their buffers when a block or the search does not fit into the image.

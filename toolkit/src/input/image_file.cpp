@@ -46,8 +46,9 @@ bool startsWith(const Bytes& bytes, std::string_view signature)
 {
     return bytes.size() >= signature.size() &&
            std::equal(
-               signature.begin(), signature.end(), bytes.begin(),
-               [](char wanted, unsigned char found) { return static_cast<unsigned char>(wanted) == found; });
+               signature.begin(), signature.end(), bytes.begin(), [](char wanted, unsigned char found) {
+                   return static_cast<unsigned char>(wanted) == found;
+               });
 }
 
 /// Walks over the markers of a JPEG file to the one that ends it. Searching backwards for that one would

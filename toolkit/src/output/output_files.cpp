@@ -93,7 +93,8 @@ fs::path OutputFiles::stage(const std::string& name)
     _folder.requireFree(name);
     // The name keeps its end: OpenCV takes the format of a file from it.
     const std::string suffix = std::to_string(getpid()) + "-" + name;
-    _files.push_back({_folder.path() / (".unfinished-" + suffix), _folder.path() / name,
+    _files.push_back({_folder.path() / (".unfinished-" + suffix),
+                      _folder.path() / name,
                       _folder.path() / (".previous-" + suffix)});
     return _files.back().temporary;
 }

@@ -38,7 +38,9 @@ Range findRange(const cv::Mat& disparity)
 {
     constexpr double outermost = 0.01;
     std::vector<float> matched;
-    std::copy_if(disparity.begin<float>(), disparity.end<float>(), std::back_inserter(matched),
+    std::copy_if(disparity.begin<float>(),
+                 disparity.end<float>(),
+                 std::back_inserter(matched),
                  [](float value) { return std::isfinite(value); });
     if (matched.empty()) {
         return {0, 1};

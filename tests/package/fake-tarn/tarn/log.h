@@ -44,8 +44,14 @@ inline detail::Category* addCategory(const std::string& name)
 inline void log(LogLevel level, detail::Category* category, const std::string& message, const char* file,
                 const char* function, int line)
 {
-    std::fprintf(stderr, "%d %s %s %s:%d %s\n", static_cast<int>(level), category->name.c_str(), function,
-                 file, line, message.c_str());
+    std::fprintf(stderr,
+                 "%d %s %s %s:%d %s\n",
+                 static_cast<int>(level),
+                 category->name.c_str(),
+                 function,
+                 file,
+                 line,
+                 message.c_str());
     if (fails("throw")) {
         throw std::runtime_error("the host cannot log");
     }
