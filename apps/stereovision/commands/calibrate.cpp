@@ -36,24 +36,24 @@ struct CalibrateOptions
 struct Boards
 {
     std::vector<BoardView> views;
-    std::vector<PairFiles> pairs; ///< the images of each view
+    std::vector<PairNames> pairs; ///< the images of each view
     cv::Size imageSize;           ///< that of the first readable pair
     std::size_t skipped = 0;
     std::size_t failed = 0; ///< of the skipped ones, those with an image that could not be used
 };
 
-std::string name(const PairFiles& pair)
+std::string name(const PairNames& pair)
 {
     return pair.left + " and " + pair.right;
 }
 
-void skip(const PairFiles& pair, const std::string& reason, Boards& boards, Console& console)
+void skip(const PairNames& pair, const std::string& reason, Boards& boards, Console& console)
 {
     ++boards.skipped;
     console.result("skipped: " + name(pair) + ": " + reason);
 }
 
-void addBoard(const PairFiles& pair, const cv::Size& board, Boards& boards, Console& console)
+void addBoard(const PairNames& pair, const cv::Size& board, Boards& boards, Console& console)
 {
     const ImagePair images = readImagePair(pair);
     console.notes(images.notes);
@@ -77,11 +77,11 @@ void addBoard(const PairFiles& pair, const cv::Size& board, Boards& boards, Cons
     boards.pairs.push_back(pair);
 }
 
-Boards findBoards(const std::vector<PairFiles>& pairs, const cv::Size& board, Console& console)
+Boards findBoards(const std::vector<PairNames>& pairs, const cv::Size& board, Console& console)
 {
     Boards boards;
     console.startProgress("finding boards", pairs.size());
-    for (const PairFiles& pair : pairs) {
+    for (const PairNames& pair : pairs) {
         try {
             addBoard(pair, board, boards, console);
         } catch (const std::exception& error) {

@@ -32,15 +32,15 @@ struct DepthOptions
 };
 
 /// What the results of a pair are called after.
-std::string baseName(const PairFiles& pair)
+std::string baseName(const PairNames& pair)
 {
     return std::filesystem::path(pair.left).stem().string();
 }
 
-void requireDistinctNames(const std::vector<PairFiles>& pairs)
+void requireDistinctNames(const std::vector<PairNames>& pairs)
 {
     std::map<std::string, std::string> files;
-    for (const PairFiles& pair : pairs) {
+    for (const PairNames& pair : pairs) {
         const auto [first, isNew] = files.emplace(baseName(pair), pair.left);
         if (!isNew) {
             throw Failure(
@@ -50,7 +50,7 @@ void requireDistinctNames(const std::vector<PairFiles>& pairs)
     }
 }
 
-PairDepth computeDepth(const PairFiles& pair, double factor, const vision::Stereo& stereo, Console& console)
+PairDepth computeDepth(const PairNames& pair, double factor, const vision::Stereo& stereo, Console& console)
 {
     const ImagePair images = readImagePair(pair);
     console.notes(images.notes);
@@ -61,7 +61,7 @@ PairDepth computeDepth(const PairFiles& pair, double factor, const vision::Stere
     }
 }
 
-void processPair(const PairFiles& pair, const DepthOptions& options, const vision::Stereo& stereo,
+void processPair(const PairNames& pair, const DepthOptions& options, const vision::Stereo& stereo,
                  const OutputFolder& folder, Console& console)
 {
     const DepthFileNames names(baseName(pair));
@@ -90,7 +90,7 @@ ExitCode runDepth(const DepthOptions& options, Console& console)
 
     std::size_t failed = 0;
     console.startProgress("computing depth", pairs.size());
-    for (const PairFiles& pair : pairs) {
+    for (const PairNames& pair : pairs) {
         try {
             processPair(pair, options, stereo, folder, console);
         } catch (const std::exception& error) {

@@ -4,6 +4,7 @@
 #include <vision/toolkit/input/image_file.h>
 #include <vision/toolkit/text.h>
 
+#include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
@@ -13,16 +14,39 @@ namespace vision::toolkit {
 
 namespace {
 
-cv::Mat readUsable(const std::string& file)
+void requireUsable(const cv::Mat& image, const std::string& name)
 {
-    cv::Mat image = readImage(file);
     if (image.depth() != CV_8U && image.depth() != CV_16U) {
-        throw Failure(file + ": has neither 8 nor 16 bits per channel; convert it to such a PNG");
+        throw Failure(name + ": has neither 8 nor 16 bits per channel; convert it to such a PNG");
     }
     if (image.channels() != 1 && image.channels() != 3 && image.channels() != 4) {
-        throw Failure(file + ": is neither grey nor colour; convert it to a grey PNG");
+        throw Failure(name + ": is neither grey nor colour; convert it to a grey PNG");
     }
-    return image;
+}
+
+void noteOnce(const char* code, const std::string& text, Notes& notes)
+{
+    if (std::none_of(notes.begin(), notes.end(), [code](const Note& note) { return note.code == code; })) {
+        notes.push_back({code, text});
+    }
+}
+
+cv::Mat dropAlpha(const cv::Mat& image, Notes& notes)
+{
+    if (image.channels() != 4) {
+        return image;
+    }
+    cv::Mat colour;
+    cv::cvtColor(image, colour, cv::COLOR_BGRA2BGR);
+    noteOnce("alpha-ignored", "the alpha channel of images is ignored", notes);
+    return colour;
+}
+
+double findBrightest(const cv::Mat& image)
+{
+    double brightest = 0;
+    cv::minMaxLoc(image.reshape(1), nullptr, &brightest);
+    return brightest;
 }
 
 /// How many bits the sensor seems to have had.
@@ -35,52 +59,41 @@ int countBits(double brightest)
     return bits;
 }
 
-double findBrightest(const cv::Mat& image)
+/// Two cameras of the same make differ by their exposure, but hardly by more than this factor.
+void compareRanges(double left, double right, bool isSameDepth, Notes& notes)
 {
-    double brightest = 0;
-    cv::minMaxLoc(image.reshape(1), nullptr, &brightest);
-    return brightest;
+    constexpr double mostBetweenExposures = 3;
+    constexpr double dark = 30; // of 255: below it, noise decides
+    const auto [darker, brighter] = std::minmax(left, right);
+    if (!isSameDepth || (brighter > dark && brighter > mostBetweenExposures * darker)) {
+        notes.push_back({"bit-range-differs",
+                         "the brightest pixel is " + formatFixed(left, 0) + " on the left and " +
+                             formatFixed(right, 0) +
+                             " on the right: take both images with the same pixel format and "
+                             "exposure"});
+    }
 }
 
-void convertToEightBits(cv::Mat& left, cv::Mat& right, Notes& notes)
+void scaleToEightBits(RawPair& pair, double brightest, Notes& notes)
 {
-    double brightest = 0;
-    for (const cv::Mat* image : {&left, &right}) {
-        if (image->depth() == CV_16U) {
-            brightest = std::max(brightest, findBrightest(*image));
-        }
-    }
     const double factor = 255.0 / ((1 << countBits(brightest)) - 1);
-    bool isScaled = false;
-    for (cv::Mat* image : {&left, &right}) {
+    for (cv::Mat* image : {&pair.left, &pair.right}) {
         if (image->depth() == CV_16U) {
             image->convertTo(*image, CV_8U, factor);
-            isScaled = true;
+            noteOnce(
+                "scaled-to-8-bits",
+                "16-bit images are scaled to 8 bits (taken as the fewest of 8, 10, 12, 14 and 16 that hold "
+                "the brightest pixel of the pair)",
+                notes);
         }
     }
-    if (isScaled) {
-        notes.push_back({"scaled-to-8-bits",
-                         "16-bit images are scaled to 8 bits (taken as the fewest of 8, 10, "
-                         "12, 14 and 16 that hold the brightest pixel of the pair)"});
-    }
 }
 
-void noteOnce(const char* code, const char* text, Notes& notes)
-{
-    if (std::none_of(notes.begin(), notes.end(), [code](const Note& note) { return note.code == code; })) {
-        notes.push_back({code, text});
-    }
-}
-
-InputImage convertColour(const cv::Mat& image, Notes& notes)
+InputImage toGrey(const cv::Mat& image, Notes& notes)
 {
     InputImage input{image, image};
-    if (image.channels() == 4) {
-        cv::cvtColor(image, input.view, cv::COLOR_BGRA2BGR);
-        noteOnce("alpha-ignored", "the alpha channel of images is ignored", notes);
-    }
-    if (input.view.channels() == 3) {
-        cv::cvtColor(input.view, input.grey, cv::COLOR_BGR2GRAY);
+    if (image.channels() == 3) {
+        cv::cvtColor(image, input.grey, cv::COLOR_BGR2GRAY);
         noteOnce("converted-to-grey", "colour images are converted to grey for matching", notes);
     }
     return input;
@@ -88,37 +101,57 @@ InputImage convertColour(const cv::Mat& image, Notes& notes)
 
 } // namespace
 
-std::vector<PairFiles> pairUp(const std::vector<std::string>& left, const std::vector<std::string>& right)
+std::vector<PairNames> pairUp(const std::vector<std::string>& left, const std::vector<std::string>& right)
 {
     if (left.size() != right.size()) {
         throw Failure("--left names " + std::to_string(left.size()) + " images and --right " +
                       std::to_string(right.size()) +
                       ": give one right image for each left one, in the same order");
     }
-    std::vector<PairFiles> pairs;
+    std::vector<PairNames> pairs;
     for (std::size_t i = 0; i < left.size(); ++i) {
         pairs.push_back({left[i], right[i]});
     }
     return pairs;
 }
 
-ImagePair readImagePair(const PairFiles& files)
+void requireUsable(const RawPair& pair, const PairNames& names)
+{
+    requireUsable(pair.left, names.left);
+    requireUsable(pair.right, names.right);
+    if (pair.left.size() != pair.right.size()) {
+        throw Failure(names.left + " is " + formatSize(pair.left.size()) + " and " + names.right + " is " +
+                      formatSize(pair.right.size()) + ": both images of a pair must have the same size");
+    }
+}
+
+RawPair readRawPair(const PairNames& files)
 {
     std::error_code ignored;
     if (std::filesystem::equivalent(files.left, files.right, ignored)) {
         throw Failure(files.left + ": is given as left and as right image; name the other camera's image");
     }
-    cv::Mat left = readUsable(files.left);
-    cv::Mat right = readUsable(files.right);
-    if (left.size() != right.size()) {
-        throw Failure(files.left + " is " + formatSize(left.size()) + " and " + files.right + " is " +
-                      formatSize(right.size()) + ": both images of a pair must have the same size");
-    }
-    ImagePair pair;
-    convertToEightBits(left, right, pair.notes);
-    pair.left = convertColour(left, pair.notes);
-    pair.right = convertColour(right, pair.notes);
+    RawPair pair{readImage(files.left), readImage(files.right)};
+    requireUsable(pair, files);
     return pair;
+}
+
+ImagePair toEightBits(const RawPair& raw)
+{
+    ImagePair pair;
+    RawPair opaque{dropAlpha(raw.left, pair.notes), dropAlpha(raw.right, pair.notes)};
+    const double left = findBrightest(opaque.left);
+    const double right = findBrightest(opaque.right);
+    compareRanges(left, right, opaque.left.depth() == opaque.right.depth(), pair.notes);
+    scaleToEightBits(opaque, std::max(left, right), pair.notes);
+    pair.left = toGrey(opaque.left, pair.notes);
+    pair.right = toGrey(opaque.right, pair.notes);
+    return pair;
+}
+
+ImagePair readImagePair(const PairNames& files)
+{
+    return toEightBits(readRawPair(files));
 }
 
 } // namespace vision::toolkit

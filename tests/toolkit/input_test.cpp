@@ -1,0 +1,185 @@
+#include "support/scratch_folder.h"
+
+#include <vision/toolkit/failure.h>
+#include <vision/toolkit/input/file_names.h>
+#include <vision/toolkit/input/pair_sequence.h>
+
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/videoio.hpp>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+using namespace vision::toolkit;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+class Input : public testing::Test
+{
+protected:
+    std::string path(const std::string& name) const { return folder.path() + "/" + name; }
+
+    void writeImage(const std::string& name, int value, int type = CV_8UC1, cv::Size size = {40, 30}) const
+    {
+        cv::imwrite(path(name), cv::Mat(size, type, cv::Scalar::all(value)));
+    }
+
+    /// A video whose frames have the grey levels 0, 20, 40 ...
+    void writeVideo(const std::string& name, int frames, int step = 20) const
+    {
+        cv::VideoWriter video(path(name), cv::VideoWriter::fourcc('M', 'J', 'P', 'G'), 10, {64, 48});
+        for (int i = 0; i < frames; ++i) {
+            video.write(cv::Mat(48, 64, CV_8UC3, cv::Scalar::all(i * step)));
+        }
+    }
+
+    template <typename Call>
+    static std::string complaintOf(const Call& call)
+    {
+        try {
+            (void)call();
+        } catch (const Failure& failure) {
+            return failure.what();
+        }
+        return "no complaint";
+    }
+
+    const support::ScratchFolder folder;
+};
+
+TEST_F(Input, NamesStandForImagesInNaturalOrder)
+{
+    std::filesystem::create_directory(path("d"));
+    std::filesystem::create_directory(path("d/sub.png"));
+    for (const char* name : {"d/l10.png", "d/l9.png", "d/r1.JPG", "d/notes.doc"}) {
+        std::ofstream(path(name)) << "x";
+    }
+    std::ofstream(path("list.txt")) << "# both\nd/l9.png \r\n\n/abs/x.png\n";
+    const auto expand = [this](const std::string& given) { return expandNames("--left", {path(given)}); };
+    EXPECT_THAT(expand("d"), ElementsAre(path("d/l9.png"), path("d/l10.png"), path("d/r1.JPG")));
+    EXPECT_THAT(expand("d/l*.png"), ElementsAre(path("d/l9.png"), path("d/l10.png")));
+    EXPECT_THAT(expand("d/l%02d.png"), ElementsAre(path("d/l9.png"), path("d/l10.png")));
+    EXPECT_THAT(expand("list.txt"), ElementsAre(path("d/l9.png"), "/abs/x.png"));
+    EXPECT_THAT(expand("missing.png"), ElementsAre(path("missing.png"))); // told where it is read
+    std::ofstream(path("d/[1].png")) << "x";
+    EXPECT_THAT(expand("d/[1].png"), ElementsAre(path("d/[1].png"))); // a file of that name comes first
+
+    std::filesystem::create_directory(path("empty"));
+    std::ofstream(path("empty.txt")) << "\n#\n";
+    const std::pair<const char*, const char*> rows[] = {{"empty", "no image in this folder"},
+                                                        {"empty/*.png", "no file matches this pattern"},
+                                                        {"empty/l%04d.png", "no file has this name"},
+                                                        {"empty.txt", "no name in this list"}};
+    for (const auto& [given, complaint] : rows) {
+        EXPECT_THAT(complaintOf([&, name = given] { return expand(name); }), HasSubstr(complaint));
+    }
+}
+
+TEST_F(Input, PairsComeFromFilesHalvesAndVideos)
+{
+    writeImage("l.png", 10);
+    writeImage("r.png", 200);
+    cv::Mat both(30, 80, CV_8UC1, cv::Scalar(10));
+    both.colRange(40, 80) = 200;
+    cv::imwrite(path("both.png"), both);
+    writeVideo("l.avi", 7);
+    writeVideo("r.avi", 7, 10);
+    const auto means = [](PairSequence& pairs, std::size_t pair) {
+        const RawPair images = pairs.take(pair)();
+        return cv::Vec2i(cvRound(cv::mean(images.left)[0]), cvRound(cv::mean(images.right)[0]));
+    };
+    for (const PairInput& input :
+         {PairInput{{path("l.png")}, {path("r.png")}, false}, PairInput{{path("both.png")}, {}, true}}) {
+        const auto pairs = openPairs(input);
+        ASSERT_EQ(pairs->size(), 1U);
+        EXPECT_EQ(means(*pairs, 0), cv::Vec2i(10, 200));
+        EXPECT_EQ(pairs->name(0), input.isSideBySide ? "both" : "l");
+    }
+    const auto frames = openPairs({{path("l.avi")}, {path("r.avi")}, false});
+    ASSERT_EQ(frames->size(), 7U);
+    EXPECT_EQ(frames->name(3), "l-000003");
+    EXPECT_EQ(frames->images(3).right, path("r.avi") + " frame 3");
+    for (const int frame : {0, 1, 4, 6, 2}) { // also skipping and back
+        EXPECT_LE(cv::norm(means(*frames, static_cast<std::size_t>(frame)),
+                           cv::Vec2i(20, 10) * frame,
+                           cv::NORM_INF),
+                  2);
+    }
+    const auto halves = openPairs({{path("l.avi")}, {}, true});
+    EXPECT_EQ(halves->take(0)().right.size(), cv::Size(32, 48));
+}
+
+TEST_F(Input, SaysWhatIsWrongWithPairs)
+{
+    writeImage("l.png", 10);
+    writeImage("wide.png", 10, CV_8UC1, {41, 30});
+    writeImage("float.tiff", 10, CV_32FC1);
+    writeVideo("l.avi", 5);
+    writeVideo("short.avi", 4);
+    std::ofstream(path("broken.avi")) << "no video";
+    const auto read = [](const PairInput& input) { return openPairs(input)->take(0)(); };
+    struct
+    {
+        std::vector<std::string> left, right;
+        bool isSideBySide;
+        const char* complaint;
+    } const rows[] = {
+        {{"l.png", "wide.png"}, {"l.png"}, false, "names 2 images and --right 1"},
+        {{"l.png"}, {"l.png"}, false, "as left and as right"},
+        {{"l.png"}, {"wide.png"}, false, "same size"},
+        {{"float.tiff"}, {"l.png"}, false, "8 nor 16 bits"},
+        {{"wide.png"}, {}, true, "two halves"},
+        {{"l.png"}, {"wide.png"}, true, "leave out --right"},
+        {{"l.avi"}, {"short.avi"}, false, "has 5 frames"},
+        {{"l.avi"}, {"l.png"}, false, "one video for each camera"},
+        {{"broken.avi"}, {"l.avi"}, false, "cannot open the video"},
+        {{"none.avi"}, {"l.avi"}, false, "no such file"},
+    };
+    for (const auto& row : rows) {
+        PairInput input{row.left, row.right, row.isSideBySide};
+        for (auto* const names : {&input.left, &input.right}) {
+            for (std::string& name : *names) {
+                name = path(name);
+            }
+        }
+        EXPECT_THAT(complaintOf([&] { return read(input); }), HasSubstr(row.complaint));
+    }
+}
+
+TEST_F(Input, IsConvertedToEightBitsAndNoted)
+{
+    const cv::Mat eight(4, 4, CV_8UC1, cv::Scalar(100)), colour(4, 4, CV_8UC3, cv::Scalar(0, 0, 255));
+    const cv::Mat twelve(4, 4, CV_16UC1, cv::Scalar(4095));
+    const cv::Mat alpha(4, 4, CV_16UC4, cv::Scalar(1023, 1023, 1023, 65535));
+    struct
+    {
+        RawPair pair;
+        int left, right; ///< grey levels
+        std::vector<std::string> codes;
+    } const rows[] = {
+        {{eight, eight}, 100, 100, {}},
+        {{eight, eight / 5}, 100, 20, {"bit-range-differs"}},
+        {{eight / 5, eight / 20}, 20, 5, {}}, // dark: noise decides
+        {{colour, eight}, 76, 100, {"converted-to-grey"}},
+        {{twelve, twelve / 2}, 255, 128, {"scaled-to-8-bits"}},
+        {{twelve, eight}, 255, 100, {"bit-range-differs", "scaled-to-8-bits"}},
+        {{alpha, alpha}, 255, 255, {"alpha-ignored", "scaled-to-8-bits", "converted-to-grey"}},
+    };
+    for (const auto& row : rows) {
+        const ImagePair pair = toEightBits(row.pair);
+        EXPECT_EQ(cv::mean(pair.left.grey)[0], row.left);
+        EXPECT_EQ(cv::mean(pair.right.grey)[0], row.right);
+        std::vector<std::string> codes;
+        for (const Note& note : pair.notes) {
+            codes.push_back(note.code);
+        }
+        EXPECT_EQ(codes, row.codes);
+    }
+}
+
+} // namespace
