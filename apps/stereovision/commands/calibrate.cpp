@@ -1,10 +1,10 @@
 #include "commands/commands.h"
 #include "options/parse.h"
 
-#include <vision/toolkit/calibration/board.h>
-#include <vision/toolkit/calibration/pair_calibration.h>
+#include <vision/toolkit/calibrating/board.h>
+#include <vision/toolkit/calibrating/pair_calibration.h>
+#include <vision/toolkit/calibrating/row_error.h>
 #include <vision/toolkit/calibration/pair_file.h>
-#include <vision/toolkit/calibration/row_error.h>
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/input/image_pair.h>
 #include <vision/toolkit/output/output_files.h>

@@ -1,4 +1,4 @@
-#include <vision/toolkit/calibration/row_error.h>
+#include <vision/toolkit/calibrating/row_error.h>
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgproc.hpp> // OpenCV 3 declares undistortPoints here

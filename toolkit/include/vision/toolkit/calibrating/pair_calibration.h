@@ -1,8 +1,8 @@
-#ifndef VISION_TOOLKIT_CALIBRATION_PAIR_CALIBRATION_H
-#define VISION_TOOLKIT_CALIBRATION_PAIR_CALIBRATION_H
+#ifndef VISION_TOOLKIT_CALIBRATING_PAIR_CALIBRATION_H
+#define VISION_TOOLKIT_CALIBRATING_PAIR_CALIBRATION_H
 
 #include <vision/calibration.h>
-#include <vision/toolkit/calibration/board.h>
+#include <vision/toolkit/calibrating/board.h>
 #include <vision/toolkit/export.h>
 
 #include <cstddef>

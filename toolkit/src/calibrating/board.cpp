@@ -1,4 +1,4 @@
-#include <vision/toolkit/calibration/board.h>
+#include <vision/toolkit/calibrating/board.h>
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgproc.hpp>

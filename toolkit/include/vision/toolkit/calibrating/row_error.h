@@ -1,7 +1,7 @@
-#ifndef VISION_TOOLKIT_CALIBRATION_ROW_ERROR_H
-#define VISION_TOOLKIT_CALIBRATION_ROW_ERROR_H
+#ifndef VISION_TOOLKIT_CALIBRATING_ROW_ERROR_H
+#define VISION_TOOLKIT_CALIBRATING_ROW_ERROR_H
 
-#include <vision/toolkit/calibration/pair_calibration.h>
+#include <vision/toolkit/calibrating/pair_calibration.h>
 #include <vision/toolkit/export.h>
 
 #include <vector>
