@@ -5,8 +5,9 @@
 #include <vision/toolkit/depth/summary.h>
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/input/image_pair.h>
-#include <vision/toolkit/output/depth_files.h>
 #include <vision/toolkit/output/output_files.h>
+#include <vision/toolkit/output/output_set.h>
+#include <vision/toolkit/output/pair_output.h>
 #include <vision/toolkit/text.h>
 
 #include <filesystem>
@@ -64,14 +65,22 @@ PairDepth computeDepth(const PairNames& pair, double factor, const vision::Stere
 void processPair(const PairNames& pair, const DepthOptions& options, const vision::Stereo& stereo,
                  const OutputFolder& folder, Console& console)
 {
-    const DepthFileNames names(baseName(pair));
-    requireFree(names, folder);
+    const OutputSet set = OutputSet::makeDefault(true);
+    PairResults results;
+    results.name = baseName(pair);
+    set.requireFree(results.name, folder);
     const PairDepth depth = computeDepth(pair, options.resize, stereo, console);
-    const auto files = writeDepthFiles(depth, stereo, names, folder);
+    results.left = depth.left;
+    results.right = depth.right;
+    results.disparity = depth.disparity;
+    results.points = depth.points;
+    PictureScale scale;
+    scale.depthAt = makeDepthOfDisparity(stereo, depth.disparity.size());
+    const PairOutput output = writePairOutput(results, scale, set, folder);
 
     const DepthSummary summary = summarise(depth);
     console.result(baseName(pair) + ": " + formatSize(depth.disparity.size()) + " px, " + format(summary));
-    for (const auto& file : files) {
+    for (const auto& file : output.files) {
         console.result("wrote " + file.string());
     }
     if (summary.points == 0) {

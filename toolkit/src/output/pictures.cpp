@@ -1,22 +1,22 @@
 #include <vision/toolkit/output/pictures.h>
 
+#include "output/colours.h"
+#include "output/legend.h"
+
 #include <vision/toolkit/text.h>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <string>
-#include <vector>
 
 namespace vision::toolkit {
 
 namespace {
-
-const cv::Scalar white(255, 255, 255);
-const cv::Scalar green(0, 255, 0);
 
 cv::Mat toColour(const cv::Mat& image)
 {
@@ -27,120 +27,126 @@ cv::Mat toColour(const cv::Mat& image)
     return colour;
 }
 
-/// The disparities at the ends of the colours.
-struct Range
+/// Black and white, since one of them stands out wherever the line goes.
+void drawDashes(cv::Mat& picture, const cv::Rect& line)
 {
-    double low;
-    double high;
-};
-
-Range findRange(const cv::Mat& disparity)
-{
-    constexpr double outermost = 0.01;
-    std::vector<float> matched;
-    std::copy_if(disparity.begin<float>(),
-                 disparity.end<float>(),
-                 std::back_inserter(matched),
-                 [](float value) { return std::isfinite(value); });
-    if (matched.empty()) {
-        return {0, 1};
+    const int length = 8 * line.height;
+    for (int left = 0; left < line.width; left += length) {
+        const cv::Rect dash(left, line.y, length, line.height);
+        picture(dash & line).setTo(left / length % 2 == 0 ? 255 : 0);
     }
-    const auto rank = [&matched](double share) {
-        const auto at =
-            matched.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(matched.size() - 1));
-        std::nth_element(matched.begin(), at, matched.end());
-        return std::floor(double{*at});
-    };
-    const double low = rank(outermost);
-    return {low, std::max(rank(1 - outermost) + 1, low + 1)};
 }
 
-cv::Mat colourise(const cv::Mat& disparity, const Range& range)
+/// "1.234 m", with fewer digits the more there are before the point.
+std::string formatDepth(double metres)
 {
-    const double factor = 255 / (range.high - range.low);
-    cv::Mat levels;
-    disparity.convertTo(levels, CV_8U, factor, -range.low * factor);
-    cv::Mat colours;
-    cv::applyColorMap(levels, colours, cv::COLORMAP_JET);
-    return colours;
+    const int before = metres < 1 ? 0 : static_cast<int>(std::log10(metres));
+    return formatFixed(metres, std::max(3 - before, 0)) + " m";
 }
 
-/// The smallest of 1, 2, 5, 10, 20, 50 ... px that leaves room for the labels.
-double findTickStep(const Range& range, int mostTicks)
+Legend makeLegend(const std::optional<ColourRange>& range, const char* nothing)
 {
-    for (double power = 1;; power *= 10) {
-        for (const double step : {power, 2 * power, 5 * power}) {
-            if ((range.high - range.low) / step <= mostTicks) {
-                return step;
-            }
+    Legend legend;
+    legend.below = {{noValueColour, nothing}, {unsearchedColour, "not searched"}};
+    if (range) {
+        legend.above = {{nearerColour, "nearer"}};
+        legend.below.insert(legend.below.begin(), {fartherColour, "farther"});
+    }
+    return legend;
+}
+
+ColourBar makeDisparityBar(const ColourRange& range, const DepthOfDisparity& depthAt)
+{
+    const auto label = [depthAt](double disparity, int digits) {
+        std::string text = formatFixed(disparity, digits) + " px";
+        const double depth = depthAt ? depthAt(disparity) : 0;
+        if (depth > 0 && std::isfinite(depth)) {
+            text += "  " + formatDepth(depth);
         }
-    }
+        return text;
+    };
+    return {{range.low, range.high}, label};
 }
 
-void write(cv::Mat& picture, const std::string& text, const cv::Point& at)
+ColourBar makeDepthBar(const ColourRange& range)
 {
-    constexpr double size = 0.4;
-    cv::putText(picture, text, at, cv::FONT_HERSHEY_SIMPLEX, size, white, 1, cv::LINE_AA);
+    const auto label = [](double depth, int digits) { return formatFixed(depth, digits) + " m"; };
+    return {{range.high, range.low}, label};
 }
 
-/// Draws the colours from high (top) to low with a labelled tick at round disparities.
-cv::Mat drawScale(const Range& range, int height, const std::function<double(double)>& depthAt)
+/// Without a range there is nothing to paint, but there are still pixels that cannot be searched.
+ColourEnds getEnds(const Legend& legend)
 {
-    constexpr int margin = 24;
-    constexpr int barLeft = 10;
-    constexpr int barWidth = 16;
-    constexpr int labelLeft = 34;
-    constexpr int width = 160;
-    constexpr int tickDistance = 28;
-    const int length = height - 2 * margin;
-
-    cv::Mat bar(length, barWidth, CV_32F);
-    for (int row = 0; row < length; ++row) {
-        bar.row(row).setTo(range.high - (range.high - range.low) * row / (length - 1));
-    }
-    cv::Mat scale(height, width, CV_8UC3, cv::Scalar::all(0));
-    colourise(bar, range).copyTo(scale(cv::Rect(barLeft, margin, barWidth, length)));
-    write(scale, "disparity, depth", {barLeft, margin - 10});
-    write(scale, "black: no match", {barLeft, height - margin + 16});
-
-    const double step = findTickStep(range, std::max(length / tickDistance, 1));
-    for (double tick = std::ceil(range.low / step) * step; tick <= range.high; tick += step) {
-        const int row = margin + cvRound((range.high - tick) / (range.high - range.low) * (length - 1));
-        cv::line(scale, {barLeft + barWidth, row}, {labelLeft - 4, row}, white);
-        const double depth = depthAt(tick);
-        const std::string metres =
-            depth > 0 && std::isfinite(depth) ? "  " + formatFixed(depth, 3) + " m" : "";
-        write(scale, formatFixed(tick, 0) + " px" + metres, {labelLeft, row + 4});
-    }
-    return scale;
+    return legend.bar ? legend.bar->ends : ColourEnds{0, 1};
 }
 
 } // namespace
 
-cv::Mat drawRectifiedPair(const cv::Mat& left, const cv::Mat& right)
+cv::Mat drawRectifiedRows(const cv::Mat& left, const cv::Mat& right)
 {
+    const bool isGrey = left.channels() == 1 && right.channels() == 1;
     cv::Mat picture;
-    cv::hconcat(toColour(left), toColour(right), picture);
-    const int distance = std::max(picture.rows / 20, 8);
-    for (int row = distance / 2; row < picture.rows; row += distance) {
-        cv::line(picture, {0, row}, {picture.cols - 1, row}, green);
+    cv::hconcat(isGrey ? left : toColour(left), isGrey ? right : toColour(right), picture);
+    const int distance = std::max(picture.rows / 20, 16);
+    const int width = std::max(picture.rows / 1000, 1);
+    for (int row = distance / 2; row + width <= picture.rows; row += distance) {
+        const cv::Rect line(0, row, picture.cols, width);
+        if (isGrey) {
+            drawDashes(picture, line);
+        } else {
+            picture(line).setTo(cv::Scalar(0, 255, 0));
+        }
     }
     return picture;
 }
 
-cv::Mat drawDisparity(const cv::Mat& disparity, const std::function<double(double)>& depthAt)
+cv::Mat drawDisparity(const cv::Mat& disparity, const cv::Mat& unsearched, const PictureScale& scale)
 {
-    constexpr int lowestScale = 120;
-    const Range range = findRange(disparity);
-    cv::Mat colours = colourise(disparity, range);
-    colours.setTo(cv::Scalar::all(0), disparity == std::numeric_limits<double>::infinity());
+    const auto range = scale.disparity ? scale.disparity : findColourRange(disparity);
+    Legend legend = makeLegend(range, "no match");
+    legend.title = !range ? "nothing matched" : scale.depthAt ? "disparity, depth" : "disparity";
+    if (range) {
+        legend.bar = makeDisparityBar(*range, scale.depthAt);
+    }
+    return attachLegend(paint(disparity, unsearched, getEnds(legend)), legend);
+}
 
-    const int height = std::max(disparity.rows, lowestScale);
-    const cv::Mat scale = drawScale(range, height, depthAt);
-    cv::Mat picture(height, disparity.cols + scale.cols, CV_8UC3, cv::Scalar::all(0));
-    colours.copyTo(picture(cv::Rect({0, 0}, disparity.size())));
-    scale.copyTo(picture(cv::Rect({disparity.cols, 0}, scale.size())));
-    return picture;
+cv::Mat drawDepth(const cv::Mat& depth, const cv::Mat& unsearched, const PictureScale& scale)
+{
+    cv::Mat values = depth.clone();
+    values.setTo(std::numeric_limits<float>::infinity(), depth == 0);
+    const auto range = scale.depth ? scale.depth : findColourRange(values);
+    Legend legend = makeLegend(range, "no depth");
+    legend.title = range ? "depth" : "no depth found";
+    if (range) {
+        legend.bar = makeDepthBar(*range);
+    }
+    return attachLegend(paint(values, unsearched, getEnds(legend)), legend);
+}
+
+cv::Mat drawLevels(const cv::Mat& levels, const cv::Mat& unsearched)
+{
+    CV_Assert(levels.type() == CV_8UC1);
+    const std::array<Swatch, 4> known{{{noValueColour, "no match"},
+                                       {{115, 158, 0}, "full"},
+                                       {{66, 228, 240}, "half"},
+                                       {{0, 94, 213}, "quarter"}}};
+    cv::Mat picture(levels.size(), CV_8UC3, cv::Scalar(noValueColour));
+    if (!unsearched.empty()) {
+        picture.setTo(cv::Scalar(unsearchedColour), unsearched);
+    }
+    Legend legend;
+    legend.title = "matched at size";
+    for (std::size_t level = 1; level < known.size(); ++level) {
+        const cv::Mat mask = levels == static_cast<double>(level);
+        picture.setTo(cv::Scalar(known[level].colour), mask);
+        const double percent = 100.0 * cv::countNonZero(mask) / static_cast<double>(levels.total());
+        legend.below.push_back(
+            {known[level].colour, known[level].text + " " + formatFixed(percent, 1) + " %"});
+    }
+    legend.below.push_back(known[0]);
+    legend.below.push_back({unsearchedColour, "not searched"});
+    return attachLegend(picture, legend);
 }
 
 } // namespace vision::toolkit

@@ -1,51 +1,74 @@
 #include <vision/toolkit/output/ply.h>
 
-#include "output/little_endian.h"
-
 #include <vision/toolkit/depth/summary.h>
+
+#include <opencv2/core.hpp>
+
+#include <cstdint>
+#include <cstring>
 
 namespace vision::toolkit {
 
 namespace {
 
-void appendColour(std::string& bytes, const cv::Mat& view, int row, int column)
+constexpr std::size_t vertexSize = 3 * sizeof(float) + 3;
+
+/// Puts a number byte by byte, so that files are the same on every machine.
+char* putLittleEndian(float number, char* to)
 {
-    if (view.channels() == 1) {
-        bytes.append(3, static_cast<char>(view.at<unsigned char>(row, column)));
-        return;
+    static_assert(sizeof(std::uint32_t) == sizeof(float));
+    std::uint32_t bits = 0;
+    std::memcpy(&bits, &number, sizeof bits);
+    for (unsigned shift = 0; shift < 32; shift += 8) {
+        *to++ = static_cast<char>(bits >> shift & 0xFFU);
     }
-    const auto& pixel = view.at<cv::Vec3b>(row, column);
+    return to;
+}
+
+/// @param pixel of a grey or BGR image
+char* putColour(const unsigned char* pixel, int channels, char* to)
+{
     for (const int channel : {2, 1, 0}) {
-        bytes += static_cast<char>(pixel[channel]);
+        *to++ = static_cast<char>(pixel[channels == 1 ? 0 : channel]);
     }
+    return to;
+}
+
+std::string encodeVertices(const cv::Mat& points, const cv::Mat& view)
+{
+    std::string vertices(points.total() * vertexSize, '\0');
+    const int channels = view.channels();
+    char* to = vertices.data();
+    for (int row = 0; row < points.rows; ++row) {
+        const auto* point = points.ptr<cv::Vec3f>(row);
+        const auto* pixel = view.ptr<unsigned char>(row);
+        for (int column = 0; column < points.cols; ++column, ++point, pixel += channels) {
+            if (isTrusted(*point)) {
+                for (const float coordinate : point->val) {
+                    to = putLittleEndian(coordinate, to);
+                }
+                to = putColour(pixel, channels, to);
+            }
+        }
+    }
+    vertices.resize(static_cast<std::size_t>(to - vertices.data()));
+    return vertices;
 }
 
 } // namespace
 
 std::string encodePly(const cv::Mat& points, const cv::Mat& view)
 {
-    std::string vertices;
-    std::size_t count = 0;
-    for (int row = 0; row < points.rows; ++row) {
-        for (int column = 0; column < points.cols; ++column) {
-            const auto& point = points.at<cv::Vec3f>(row, column);
-            if (!isTrusted(point)) {
-                continue;
-            }
-            for (const float coordinate : point.val) {
-                appendLittleEndian(vertices, coordinate);
-            }
-            appendColour(vertices, view, row, column);
-            ++count;
-        }
-    }
+    CV_Assert(points.type() == CV_32FC3 && points.size() == view.size());
+    CV_Assert(view.type() == CV_8UC1 || view.type() == CV_8UC3);
+    const std::string vertices = encodeVertices(points, view);
     return "ply\n"
            "format binary_little_endian 1.0\n"
            "comment axes: x to the right, y down, z forward\n"
            "comment origin: optical centre of the rectified left camera\n"
            "comment unit: metre\n"
            "element vertex " +
-           std::to_string(count) +
+           std::to_string(vertices.size() / vertexSize) +
            "\n"
            "property float x\n"
            "property float y\n"

@@ -1,28 +1,47 @@
+/// @file
+/// Results for people to look at. Colours go from blue (far) to red (near) in the even steps of the map "Turbo".
+/// A legend of the size that the picture asks for stands on its right, and makes a very low picture higher.
+/// Pixels without a colour of their own are
+/// - black: without a value, since nothing was matched or the point is not trusted;
+/// - dark grey: never searched, since the other image cannot show them;
+/// - magenta: nearer than the range of the colours; light grey: farther.
 #ifndef VISION_TOOLKIT_OUTPUT_PICTURES_H
 #define VISION_TOOLKIT_OUTPUT_PICTURES_H
 
 #include <vision/toolkit/export.h>
+#include <vision/toolkit/output/picture_scale.h>
 
 #include <opencv2/core/mat.hpp>
 
-#include <functional>
+#include <optional>
 
 namespace vision::toolkit {
 
-/// Draws both rectified images side by side with lines along the rows, on which corresponding points lie.
+/// Draws both rectified images side by side with lines along the rows, on which corresponding points lie:
+/// green ones, or dashes of black and white over grey images, which take a third of the bytes.
 /// @param left,right `CV_8UC1` or `CV_8UC3` of the same size
-/// @return `CV_8UC3`, twice as wide
-VISION_TOOLKIT_EXPORT cv::Mat drawRectifiedPair(const cv::Mat& left, const cv::Mat& right);
+/// @return twice as wide; `CV_8UC1` when both are grey, else `CV_8UC3`
+VISION_TOOLKIT_EXPORT cv::Mat drawRectifiedRows(const cv::Mat& left, const cv::Mat& right);
 
-/// Draws a disparity image in colour, blue for far to red for near, with a scale in px and m on its right.
+/// Draws a disparity image with a legend in px and, if the scale knows depths, metres.
 ///
-/// The colours span the disparities of the picture except for the outermost percent at both ends; pixels
-/// without a match are black.
-/// @param disparity `CV_32FC1`, px; +infinity where nothing was matched
-/// @param depthAt the depth in m of a disparity in px
-/// @return `CV_8UC3`, wider than the disparity and, if that is very low, higher
-VISION_TOOLKIT_EXPORT cv::Mat drawDisparity(const cv::Mat& disparity,
-                                            const std::function<double(double)>& depthAt);
+/// Where nothing was matched and no range is given there is no scale to show: the legend says so.
+/// @param disparity `CV_32FC1`, px; not finite where nothing was matched
+/// @param unsearched `CV_8UC1` of the same size, not 0 where the matcher cannot search; may be empty
+/// @return `CV_8UC3`
+VISION_TOOLKIT_EXPORT cv::Mat drawDisparity(const cv::Mat& disparity, const cv::Mat& unsearched,
+                                            const PictureScale& scale);
+
+/// Draws a depth image with a legend in metres, as drawDisparity().
+/// @param depth `CV_32FC1`, m; 0 where there is none
+VISION_TOOLKIT_EXPORT cv::Mat drawDepth(const cv::Mat& depth, const cv::Mat& unsearched,
+                                        const PictureScale& scale);
+
+/// Draws which size of the images the match of each pixel was found in, with the share of each.
+/// @param levels `CV_8UC1`: 0 not matched, 1 at full size, 2 at half, 3 at a quarter
+/// @param unsearched as for drawDisparity()
+/// @return `CV_8UC3`
+VISION_TOOLKIT_EXPORT cv::Mat drawLevels(const cv::Mat& levels, const cv::Mat& unsearched);
 
 } // namespace vision::toolkit
 

@@ -1,0 +1,16 @@
+#ifndef VISION_TOOLKIT_OUTPUT_IMAGE_BYTES_H
+#define VISION_TOOLKIT_OUTPUT_IMAGE_BYTES_H
+
+#include <opencv2/core/mat.hpp>
+
+#include <string>
+
+namespace vision::toolkit {
+
+/// Encodes an image with OpenCV.
+/// @param extension selects the format, such as ".png"
+std::string encodeImage(const char* extension, const cv::Mat& image);
+
+} // namespace vision::toolkit
+
+#endif

@@ -1,0 +1,130 @@
+#include <vision/toolkit/output/pair_output.h>
+
+#include "output/image_bytes.h"
+
+#include <vision/toolkit/failure.h>
+#include <vision/toolkit/output/depth_formats.h>
+#include <vision/toolkit/output/disparity_formats.h>
+#include <vision/toolkit/output/pictures.h>
+#include <vision/toolkit/output/ply.h>
+
+#include <opencv2/core.hpp>
+
+#include <limits>
+
+namespace vision::toolkit {
+
+namespace {
+
+/// Encodes the products of one pair and notes what they cannot hold.
+class Encoder
+{
+public:
+    Encoder(const PairResults& results, const PictureScale& scale)
+        : _results(results), _scale(scale),
+          _depth(results.points.empty() ? cv::Mat() : extractDepth(results.points))
+    {
+    }
+
+    /// The files of a product, in the order of their names.
+    std::vector<std::string> encode(Product product);
+
+    const Notes& notes() const { return _notes; }
+
+private:
+    std::string encodeDisparity16();
+    std::string encodeDepth16();
+    cv::Mat getLevels() const;
+
+    const PairResults& _results;
+    const PictureScale& _scale;
+    cv::Mat _depth;
+    Notes _notes;
+};
+
+std::vector<std::string> Encoder::encode(Product product)
+{
+    const PairResults& pair = _results;
+    switch (product) {
+    case Product::DisparityPicture:
+        return {encodeImage(".png", drawDisparity(pair.disparity, pair.unsearched, _scale))};
+    case Product::DisparityPfm:
+        return {encodeDisparityPfm(pair.disparity)};
+    case Product::DisparityTiff:
+        return {encodeDisparityTiff(pair.disparity)};
+    case Product::DisparityPng16:
+        return {encodeDisparity16()};
+    case Product::DepthPicture:
+        return {encodeImage(".png", drawDepth(_depth, pair.unsearched, _scale))};
+    case Product::DepthPng16:
+        return {encodeDepth16()};
+    case Product::DepthTiff:
+        return {encodeDepthTiff(_depth)};
+    case Product::Points:
+        return {encodePly(pair.points, pair.left)};
+    case Product::Rectified:
+        return {encodeImage(".png", pair.rectifiedLeft), encodeImage(".png", pair.rectifiedRight)};
+    case Product::RectifiedRows:
+        return {encodeImage(".png", drawRectifiedRows(pair.left, pair.right))};
+    case Product::Levels:
+        return {encodeImage(".png", drawLevels(getLevels(), pair.unsearched))};
+    }
+    throw std::invalid_argument("no such product");
+}
+
+std::string Encoder::encodeDisparity16()
+{
+    EncodedImage image = encodeDisparityPng16(_results.disparity);
+    if (image.unfit > 0) {
+        _notes.push_back({"disparity-out-of-range",
+                          _results.name + ": " + std::to_string(image.unfit) +
+                              " pixels have a disparity that disparity-png16 cannot hold (it takes 0.004 to "
+                              "255.996 px) and have none in that file; disparity-tiff and disparity-pfm take "
+                              "all"});
+    }
+    return std::move(image.bytes);
+}
+
+std::string Encoder::encodeDepth16()
+{
+    EncodedImage image = encodeDepthPng16(_depth);
+    if (image.unfit > 0) {
+        _notes.push_back({"depth-out-of-range",
+                          _results.name + ": " + std::to_string(image.unfit) +
+                              " pixels have a depth that depth-png16 cannot hold (it takes 1 mm to 65.535 m) "
+                              "and have none in that file; depth-tiff takes all"});
+    }
+    return std::move(image.bytes);
+}
+
+cv::Mat Encoder::getLevels() const
+{
+    if (!_results.levels.empty()) {
+        return _results.levels;
+    }
+    return (_results.disparity < std::numeric_limits<double>::infinity()) / 255; // 1 where matched
+}
+
+} // namespace
+
+PairOutput writePairOutput(const PairResults& results, const PictureScale& scale, const OutputSet& set,
+                           const OutputFolder& folder)
+{
+    if (set.needsDepth() && results.points.empty()) {
+        throw Failure(results.name +
+                      ": depth and points need calibrations, or a focal length and a baseline; "
+                      "without them choose among the disparity and rectified outputs");
+    }
+    Encoder encoder(results, scale);
+    OutputFiles output(folder);
+    const std::vector<std::string> names = set.listFiles(results.name);
+    auto name = names.begin();
+    for (const Product product : set.products()) {
+        for (const std::string& bytes : encoder.encode(product)) {
+            output.write(*name++, bytes);
+        }
+    }
+    return {output.commit(), encoder.notes()};
+}
+
+} // namespace vision::toolkit

@@ -1,0 +1,87 @@
+#include <vision/toolkit/output/picture_scale.h>
+
+#include <opencv2/core.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <vector>
+
+namespace vision::toolkit {
+
+namespace {
+
+/// The finite numbers of an image, of a large one evenly spread ones, and the extremes of all.
+struct Sample
+{
+    std::vector<float> values;
+    float least = std::numeric_limits<float>::infinity();
+    float largest = -std::numeric_limits<float>::infinity();
+};
+
+Sample takeSample(const cv::Mat& image)
+{
+    constexpr double enough = 250000;
+    const int step = std::max(static_cast<int>(std::sqrt(static_cast<double>(image.total()) / enough)), 1);
+    Sample sample;
+    for (int row = 0; row < image.rows; ++row) {
+        const auto* values = image.ptr<float>(row);
+        for (int column = 0; column < image.cols; ++column) {
+            const float value = values[column];
+            if (!std::isfinite(value)) {
+                continue;
+            }
+            sample.least = std::min(sample.least, value);
+            sample.largest = std::max(sample.largest, value);
+            if (row % step == 0 && column % step == 0) {
+                sample.values.push_back(value);
+            }
+        }
+    }
+    return sample;
+}
+
+double findRank(std::vector<float>& values, double share)
+{
+    const auto index = static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
+    std::nth_element(values.begin(), values.begin() + index, values.end());
+    return values[static_cast<std::size_t>(index)];
+}
+
+} // namespace
+
+std::optional<ColourRange> findColourRange(const cv::Mat& values)
+{
+    CV_Assert(values.type() == CV_32FC1);
+    constexpr double outermost = 0.01;
+    constexpr double margin = 0.1;
+    constexpr double narrowest = 0.01; // of the values themselves
+    Sample sample = takeSample(values);
+    if (sample.least > sample.largest) {
+        return std::nullopt;
+    }
+    if (sample.values.empty()) { // the few that there are lie between the sampled pixels
+        sample.values = {sample.least, sample.largest};
+    }
+    const double first = findRank(sample.values, outermost);
+    const double last = findRank(sample.values, 1 - outermost);
+    const double low = std::max(first - margin * (last - first), double{sample.least});
+    const double high = std::min(last + margin * (last - first), double{sample.largest});
+    const double widening = std::max(narrowest * std::max(std::abs(low), std::abs(high)) - (high - low),
+                                     high > low ? 0 : narrowest) /
+                            2;
+    return ColourRange{low - widening, high + widening};
+}
+
+DepthOfDisparity makeDepthOfDisparity(const vision::Stereo& stereo, const cv::Size& size)
+{
+    const auto [left, right] = stereo.getCalibrations();
+    const cv::Mat leftProjection = left.scaleTo(size.width, size.height).projectionMatrix;
+    const cv::Mat rightProjection = right.scaleTo(size.width, size.height).projectionMatrix;
+    const double atInfinity =
+        double{leftProjection.at<float>(0, 2)} - double{rightProjection.at<float>(0, 2)};
+    const double focalTimesBaseline = -double{rightProjection.at<float>(0, 3)};
+    return [=](double disparity) { return focalTimesBaseline / (disparity - atInfinity); };
+}
+
+} // namespace vision::toolkit
