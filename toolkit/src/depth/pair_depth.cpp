@@ -1,8 +1,11 @@
 #include <vision/toolkit/depth/pair_depth.h>
 
+#include "depth/steps.h"
+
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/text.h>
 
+#include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -10,25 +13,13 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
+#include <tuple>
 
 namespace vision::toolkit {
 
 namespace {
 
 using vision::Stereo;
-
-void requireFittingSize(const cv::Size& image, const cv::Size& calibration)
-{
-    const std::string sizes =
-        "the images are " + formatSize(image) + ", the calibration is for " + formatSize(calibration);
-    if (image.width > calibration.width) {
-        throw Failure(sizes + ": scale them down to that size or calibrate at theirs");
-    }
-    if (std::int64_t{image.width} * calibration.height != std::int64_t{image.height} * calibration.width) {
-        throw Failure(sizes +
-                      ": the aspect ratio must be the same; use uncropped images of the calibrated cameras");
-    }
-}
 
 /// What the matcher gets for images smaller than the calibration, see vision::Stereo::computeDisparity.
 struct Search
@@ -77,6 +68,45 @@ void requireFittingSearch(const Stereo& stereo, const Search& search, const cv::
 
 } // namespace
 
+void requireFittingSize(const cv::Size& image, const cv::Size& calibration)
+{
+    const std::string sizes =
+        "the images are " + formatSize(image) + ", the calibration is for " + formatSize(calibration);
+    if (image.width > calibration.width) {
+        throw Failure(sizes + ": scale them down to that size or calibrate at theirs");
+    }
+    if (std::int64_t{image.width} * calibration.height != std::int64_t{image.height} * calibration.width) {
+        throw Failure(sizes +
+                      ": the aspect ratio must be the same; use uncropped images of the calibrated cameras");
+    }
+}
+
+ImagePair rectify(const Stereo& stereo, const ImagePair& pair)
+{
+    const vision::Calibration calibration = stereo.getCalibrations().first;
+    requireFittingSize(pair.left.grey.size(), {calibration.width, calibration.height});
+    ImagePair rectified;
+    std::tie(rectified.left.grey, rectified.right.grey) =
+        stereo.rectifyImages(pair.left.grey, pair.right.grey);
+    rectified.left.view =
+        pair.left.view.channels() == 1 ? rectified.left.grey : stereo.rectifyImageLeft(pair.left.view);
+    rectified.right.view =
+        pair.right.view.channels() == 1 ? rectified.right.grey : stereo.rectifyImageRight(pair.right.view);
+    rectified.notes = pair.notes;
+    return rectified;
+}
+
+PairDepth makePairDepth(const ImagePair& rectified)
+{
+    PairDepth depth;
+    depth.left = rectified.left.view;
+    depth.right = rectified.right.view;
+    depth.leftGrey = rectified.left.grey;
+    depth.rightGrey = rectified.right.grey;
+    depth.notes = rectified.notes;
+    return depth;
+}
+
 ImagePair resize(const ImagePair& pair, double factor)
 {
     const cv::Size size = pair.left.grey.size();
@@ -97,25 +127,33 @@ ImagePair resize(const ImagePair& pair, double factor)
     return {shrink(pair.left), shrink(pair.right), pair.notes};
 }
 
-PairDepth computePairDepth(const Stereo& stereo, const ImagePair& pair)
+PairDepth computePlainDepth(const Stereo& stereo, const ImagePair& rectified)
 {
-    const cv::Size size = pair.left.grey.size();
+    const cv::Size size = rectified.left.grey.size();
     const vision::Calibration calibration = stereo.getCalibrations().first;
     requireFittingSize(size, {calibration.width, calibration.height});
     const Search search = adaptSearch(stereo, calibration.width / size.width);
     requireFittingSearch(stereo, search, size);
 
-    const auto [left, right] = stereo.rectifyImages(pair.left.grey, pair.right.grey);
-    PairDepth result;
-    result.left = pair.left.view.channels() == 1 ? left : stereo.rectifyImageLeft(pair.left.view);
-    result.right = pair.right.view.channels() == 1 ? right : stereo.rectifyImageRight(pair.right.view);
-    result.disparity = stereo.computeDisparity(left, right);
+    PairDepth result = makePairDepth(rectified);
+    result.range = {search.minDisparity, search.disparities};
+    result.disparity = stereo.computeDisparity(result.leftGrey, result.rightGrey);
     result.points = stereo.computeDepth(result.disparity);
+    result.maxDepth = stereo.getMaxDepth();
 
     // The matcher marks a pixel without a match by one less than the smallest disparity that it searched.
     const cv::Mat unmatched = result.disparity <= search.minDisparity - 1;
     result.disparity.setTo(std::numeric_limits<double>::infinity(), unmatched);
+    result.searched = unmatched == 0;
+    const cv::Rect all({0, 0}, size);
+    result.searched(cv::getValidDisparityROI(all, all, search.minDisparity, search.disparities, search.block))
+        .setTo(255);
     return result;
+}
+
+PairDepth computePairDepth(const Stereo& stereo, const ImagePair& pair)
+{
+    return computePlainDepth(stereo, rectify(stereo, pair));
 }
 
 } // namespace vision::toolkit

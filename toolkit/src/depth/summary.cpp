@@ -20,7 +20,8 @@ DepthSummary summarise(const PairDepth& depth)
 {
     const cv::Mat matched = depth.disparity < std::numeric_limits<double>::infinity();
     DepthSummary summary{};
-    summary.matchedPercent = 100.0 * cv::countNonZero(matched) / static_cast<double>(matched.total());
+    const int matches = cv::countNonZero(matched);
+    summary.matchedPercent = 100.0 * matches / static_cast<double>(matched.total());
 
     std::vector<float> depths;
     for (auto point = depth.points.begin<cv::Vec3f>(); point != depth.points.end<cv::Vec3f>(); ++point) {
@@ -29,6 +30,9 @@ DepthSummary summarise(const PairDepth& depth)
         }
     }
     summary.points = depths.size();
+    if (!depth.points.empty() && matches > 0) {
+        summary.beyondPercent = 100.0 * (1 - static_cast<double>(depths.size()) / matches);
+    }
     if (depths.empty()) {
         return summary;
     }

@@ -4,6 +4,7 @@
 #include <vision/stereo.h>
 #include <vision/toolkit/export.h>
 #include <vision/toolkit/input/image_pair.h>
+#include <vision/toolkit/matching/search_range.h>
 
 #include <opencv2/core/mat.hpp>
 
@@ -12,17 +13,24 @@ namespace vision::toolkit {
 /// What one pair of images gives.
 struct PairDepth
 {
-    cv::Mat left;      ///< rectified image as it is shown, `CV_8UC1` or `CV_8UC3`
-    cv::Mat right;     ///< of the same size; may differ in type
-    cv::Mat disparity; ///< `CV_32FC1`, px; +infinity where nothing was matched
-    cv::Mat points;    ///< `CV_32FC3`, (0, 0, 0) where none can be trusted
+    cv::Mat left;        ///< rectified image as it is shown, `CV_8UC1` or `CV_8UC3`
+    cv::Mat right;       ///< of the same size; may differ in type
+    cv::Mat leftGrey;    ///< as it was matched, `CV_8UC1`
+    cv::Mat rightGrey;   ///< of the same size
+    cv::Mat disparity;   ///< `CV_32FC1`, px; +infinity where nothing was matched
+    cv::Mat searched;    ///< `CV_8UC1`, 0 where no match could be looked for
+    cv::Mat level;       ///< as Matches::level; empty unless dense
+    cv::Mat points;      ///< `CV_32FC3`, (0, 0, 0) where none can be trusted; empty without calibrations
+    SearchRange range{}; ///< what was searched
+    double maxDepth = 0; ///< where points end, m; 0 without calibrations
+    Notes notes;         ///< what happened on the way; see judge() for what the result says
 };
 
 /// Scales both images, averaging when they shrink.
 /// @throws Failure when the factor does not give whole pixels
 VISION_TOOLKIT_EXPORT ImagePair resize(const ImagePair& pair, double factor);
 
-/// Rectifies and matches a pair and computes its points.
+/// Rectifies and matches a pair and computes its points, with the methods of `vision::Stereo` alone.
 /// @throws Failure telling what to change when the images do not fit the calibrations or the options
 VISION_TOOLKIT_EXPORT PairDepth computePairDepth(const vision::Stereo& stereo, const ImagePair& pair);
 

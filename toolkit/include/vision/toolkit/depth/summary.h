@@ -17,6 +17,8 @@ VISION_TOOLKIT_EXPORT bool isTrusted(const cv::Vec3f& point);
 struct DepthSummary
 {
     double matchedPercent;
+    double
+        beyondPercent; ///< of the matched pixels: those without a point, as they are beyond the largest depth
     std::size_t points; ///< trusted ones; the depths are 0 when there are none
     float median;       ///< m
     float nearest;

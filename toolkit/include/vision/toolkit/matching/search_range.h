@@ -1,0 +1,71 @@
+#ifndef VISION_TOOLKIT_MATCHING_SEARCH_RANGE_H
+#define VISION_TOOLKIT_MATCHING_SEARCH_RANGE_H
+
+#include <vision/toolkit/export.h>
+#include <vision/toolkit/matching/rectified_pair.h>
+
+#include <optional>
+#include <vector>
+
+namespace vision::toolkit {
+
+/// The disparities that a matcher searches, in px of the images as matched.
+struct SearchRange
+{
+    int minDisparity; ///< the smallest one
+    int disparities;  ///< their number, a positive multiple of 16
+
+    int maxDisparity() const { return minDisparity + disparities - 1; }
+};
+
+inline bool operator==(const SearchRange& a, const SearchRange& b)
+{
+    return a.minDisparity == b.minDisparity && a.disparities == b.disparities;
+}
+
+/// The disparities that occur in a scene, in px of images of a certain width.
+struct DisparitySpan
+{
+    double lowest;
+    double highest;
+    int width; ///< px
+};
+
+/// Relates disparity and depth of a rectified pair: Z = f B / (d - d0).
+struct DepthScale
+{
+    double focalLength; ///< f, px
+    double baseline;    ///< B, in the unit of the depth
+    double atInfinity;  ///< d0, the disparity at infinity: cx of the left minus cx of the right image, px
+
+    double depthAt(double disparity) const { return focalLength * baseline / (disparity - atInfinity); }
+    double disparityAt(double depth) const { return atInfinity + focalLength * baseline / depth; }
+
+    /// The same for images that are larger by that factor.
+    DepthScale scaled(double factor) const { return {focalLength * factor, baseline, atInfinity * factor}; }
+};
+
+/// The span of what lies between two depths.
+/// @param nearest,farthest depths, 0 < nearest <= farthest; the farthest may be infinite
+/// @param width of the images that the scale holds for, px
+VISION_TOOLKIT_EXPORT DisparitySpan spanBetween(double nearest, double farthest, const DepthScale& scale,
+                                                int width);
+
+/// The smallest range that covers a span in images of the given width.
+///
+/// It leaves out what would lie outside the other image, and what the matchers cannot express (beyond 2047 px).
+/// @throws Failure when nothing is left
+VISION_TOOLKIT_EXPORT SearchRange toSearchRange(const DisparitySpan& span, int width);
+
+/// Finds the disparities that occur in a pair, with a margin, by matching it coarsely over 60 % of its width.
+/// @param lowestPossible px, no disparity below it is looked for: that at infinity where it is known
+/// @return nothing when too little of the images matches
+VISION_TOOLKIT_EXPORT std::optional<DisparitySpan> findSpan(const RectifiedPair& pair, double lowestPossible);
+
+/// The span that holds all of them, whatever their widths, in px of the first one's.
+/// @return nothing when there are none
+VISION_TOOLKIT_EXPORT std::optional<DisparitySpan> join(const std::vector<DisparitySpan>& spans);
+
+} // namespace vision::toolkit
+
+#endif

@@ -1,0 +1,46 @@
+#include "depth/scaled_settings.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace vision::toolkit {
+
+namespace {
+
+void scale(std::optional<int>& value, double factor)
+{
+    if (value) {
+        *value = static_cast<int>(std::lround(*value * factor));
+    }
+}
+
+/// To the nearest odd number.
+void scaleWindow(std::optional<int>& window, double factor, int smallest)
+{
+    if (window) {
+        const int half = static_cast<int>(std::lround((*window * factor - 1) / 2));
+        *window = std::max(2 * half + 1, std::min(smallest, *window));
+    }
+}
+
+} // namespace
+
+MatcherSettings scaleTo(const MatcherSettings& settings, double factor)
+{
+    constexpr int smallestBlock = 5;  // that bm and sgbm take
+    constexpr int smallestWindow = 3; // of sgm: less finds no slanted surfaces
+    MatcherSettings scaled = settings;
+    scaleWindow(scaled.window, factor, settings.algorithm == Algorithm::Sgm ? smallestWindow : smallestBlock);
+    scaleWindow(scaled.preFilterSize, factor, smallestBlock);
+    scale(scaled.speckleRange, factor);
+    scale(scaled.speckleWindow, factor * factor);
+    if (scaled.window) {
+        // The penalties stand against costs summed up over the window.
+        const double area = std::pow(static_cast<double>(*scaled.window) / *settings.window, 2);
+        scale(scaled.p1, area);
+        scale(scaled.p2, area);
+    }
+    return scaled;
+}
+
+} // namespace vision::toolkit

@@ -1,0 +1,98 @@
+#include <vision/toolkit/matching/settings.h>
+
+#include <vision/toolkit/failure.h>
+
+#include <string>
+
+namespace vision::toolkit {
+
+namespace {
+
+/// What one parameter is called and may be.
+struct Domain
+{
+    const char* name;
+    int lowest;
+    int highest;
+    bool mustBeOdd;
+};
+
+void require(const std::optional<int>& value, const Domain& domain)
+{
+    if (!value ||
+        (domain.lowest <= *value && *value <= domain.highest && !(domain.mustBeOdd && *value % 2 == 0))) {
+        return;
+    }
+    throw Failure(std::string(domain.name) + " " + std::to_string(*value) +
+                  " is out of range: " + (domain.mustBeOdd ? "odd, " : "") + std::to_string(domain.lowest) +
+                  " to " + std::to_string(domain.highest));
+}
+
+void requireUseful(const std::optional<int>& value, const char* name, bool isUsed, const char* users)
+{
+    if (value && !isUsed) {
+        throw Failure(std::string(name) + " does nothing with this algorithm: it belongs to " + users);
+    }
+}
+
+void requireValid(const MatcherSettings& settings)
+{
+    const bool isBm = settings.algorithm == Algorithm::Bm;
+    const bool isSgm = settings.algorithm == Algorithm::Sgm;
+    requireUseful(settings.p1, "p1", isSgm, "sgm");
+    requireUseful(settings.p2, "p2", isSgm, "sgm");
+    requireUseful(settings.preFilterSize, "prefilter size", isBm, "bm");
+    requireUseful(settings.textureThreshold, "texture threshold", isBm, "bm");
+    // Beyond these bounds the 16-bit costs of sgm would overflow; those of the others are the core's.
+    constexpr int largestCost = 32767;
+    require(settings.window, isSgm ? Domain{"window", 1, 21, true} : Domain{"window", 5, 255, true});
+    require(settings.p1, {"p1", 0, largestCost - 1, false});
+    require(settings.p2, {"p2", 1, largestCost, false});
+    require(settings.uniqueness, {"uniqueness", 0, 100, false});
+    require(settings.preFilterCap, {"prefilter cap", 1, 63, false});
+    require(settings.preFilterSize, {"prefilter size", 5, 255, true});
+    require(settings.speckleWindow, {"speckle window", 0, 1000, false});
+    require(settings.speckleRange, {"speckle range", 0, 31, false});
+    require(settings.textureThreshold, {"texture threshold", 0, 10000, false});
+}
+
+void setMissing(std::optional<int>& value, int byDefault)
+{
+    value = value.value_or(byDefault);
+}
+
+void setMissingPenalties(MatcherSettings& settings)
+{
+    const int area = *settings.window * *settings.window;
+    const int p1 = settings.p1.value_or(8 * area);
+    const int p2 = settings.p2.value_or(32 * area);
+    if (p1 >= p2) {
+        throw Failure("p1 (" + std::to_string(p1) + ") must be below p2 (" + std::to_string(p2) + ")");
+    }
+    settings.p1 = p1;
+    settings.p2 = p2;
+}
+
+} // namespace
+
+MatcherSettings withDefaults(const MatcherSettings& settings)
+{
+    requireValid(settings);
+    MatcherSettings complete = settings;
+    const bool isSgm = settings.algorithm == Algorithm::Sgm;
+    setMissing(complete.window, isSgm ? 5 : 21);
+    setMissing(complete.uniqueness, isSgm ? 5 : 2);
+    setMissing(complete.preFilterCap, isSgm ? 63 : 31);
+    setMissing(complete.speckleWindow, isSgm ? 100 : 400);
+    setMissing(complete.speckleRange, isSgm ? 31 : 10);
+    if (isSgm) {
+        setMissingPenalties(complete);
+    }
+    if (settings.algorithm == Algorithm::Bm) {
+        setMissing(complete.preFilterSize, 25);
+        setMissing(complete.textureThreshold, 1);
+    }
+    return complete;
+}
+
+} // namespace vision::toolkit

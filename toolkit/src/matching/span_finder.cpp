@@ -1,0 +1,67 @@
+#include <vision/toolkit/matching/search_range.h>
+
+#include "matching/both_ways.h"
+#include "matching/pyramid.h"
+#include "matching/range_checks.h"
+
+#include <opencv2/core.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+namespace vision::toolkit {
+
+namespace {
+
+/// How much smaller the images are matched: a quarter of their size, but not smaller than this.
+int findFactor(int width)
+{
+    constexpr int smallestWidth = 160;
+    constexpr int usual = 4;
+    return std::clamp(width / smallestWidth, 1, usual);
+}
+
+std::vector<float> collectMatched(const cv::Mat& disparity)
+{
+    std::vector<float> matched;
+    std::copy_if(disparity.begin<float>(), disparity.end<float>(), std::back_inserter(matched),
+                 [](float value) { return std::isfinite(value); });
+    return matched;
+}
+
+float takeRank(std::vector<float>& values, double share)
+{
+    const auto at =
+        values.begin() + static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
+    std::nth_element(values.begin(), at, values.end());
+    return *at;
+}
+
+} // namespace
+
+std::optional<DisparitySpan> findSpan(const RectifiedPair& pair, double lowestPossible)
+{
+    constexpr double searchedShare = 0.6; // of the width
+    constexpr double fewestMatched = 0.02;
+    constexpr double lowRank = 0.005;
+    constexpr double highRank = 0.99;
+    constexpr double growth = 1.08;
+    constexpr double margin = 8; // px
+
+    const int factor = findFactor(pair.left.cols);
+    const RectifiedPair smaller = shrink(pair, factor);
+    MatcherSettings settings;
+    const double lowest = std::floor(lowestPossible / factor);
+    const SearchRange range = coverDisparities(lowest, std::max(searchedShare * smaller.left.cols, lowest));
+    std::vector<float> matched = collectMatched(matchAtOneSize(smaller, range, withDefaults(settings), 1));
+    if (static_cast<double>(matched.size()) < fewestMatched * static_cast<double>(smaller.left.total())) {
+        return std::nullopt;
+    }
+    const double low = factor * double{takeRank(matched, lowRank)};
+    const double high = factor * double{takeRank(matched, highRank)};
+    return DisparitySpan{std::max(low - std::abs(low) * (growth - 1) - margin, lowestPossible),
+                         high + std::abs(high) * (growth - 1) + margin, pair.left.cols};
+}
+
+} // namespace vision::toolkit
