@@ -151,8 +151,8 @@ PairDepth DepthPipeline::compute(const ImagePair& images, int threads)
     const double factor = static_cast<double>(pair.left.cols) / _rig.size.width;
     const Matches matches = match(pair, depth.range, scaleTo(_settings.matcher, factor), threads);
     depth.disparity = matches.disparity;
-    depth.searched = matches.searched;
-    depth.level = matches.level;
+    depth.unsearched = matches.unsearched;
+    depth.levels = matches.levels;
     _addPoints(depth);
     return depth;
 }

@@ -144,10 +144,11 @@ PairDepth computePlainDepth(const Stereo& stereo, const ImagePair& rectified)
     // The matcher marks a pixel without a match by one less than the smallest disparity that it searched.
     const cv::Mat unmatched = result.disparity <= search.minDisparity - 1;
     result.disparity.setTo(std::numeric_limits<double>::infinity(), unmatched);
-    result.searched = unmatched == 0;
+    result.unsearched = unmatched.clone();
     const cv::Rect all({0, 0}, size);
-    result.searched(cv::getValidDisparityROI(all, all, search.minDisparity, search.disparities, search.block))
-        .setTo(255);
+    result
+        .unsearched(cv::getValidDisparityROI(all, all, search.minDisparity, search.disparities, search.block))
+        .setTo(0);
     return result;
 }
 

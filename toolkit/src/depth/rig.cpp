@@ -17,9 +17,18 @@ Calibration makeCamera(const cv::Size& size, double focalLength, const cv::Point
     Calibration camera;
     camera.width = size.width;
     camera.height = size.height;
-    const cv::Matx34f projection(cv::Matx34d(focalLength, 0, centre.x, shift, //
-                                             0, focalLength, centre.y, 0,     //
-                                             0, 0, 1, 0));
+    const cv::Matx34f projection(cv::Matx34d(focalLength,
+                                             0,
+                                             centre.x,
+                                             shift, //
+                                             0,
+                                             focalLength,
+                                             centre.y,
+                                             0, //
+                                             0,
+                                             0,
+                                             1,
+                                             0));
     camera.projectionMatrix = cv::Mat(projection, true);
     camera.cameraMatrix = camera.projectionMatrix.colRange(0, 3).clone();
     return camera;
@@ -47,7 +56,8 @@ Rig makeRectifiedRig(const cv::Size& imageSize, const std::optional<RectifiedGeo
                       "geometry finite");
     }
     const double f = geometry->focalLength;
-    return {imageSize, true,
+    return {imageSize,
+            true,
             CalibrationPair{makeCamera(imageSize, f, left, 0),
                             makeCamera(imageSize, f, right, -f * geometry->baseline)}};
 }
@@ -60,8 +70,8 @@ std::optional<DepthScale> findDepthScale(const Rig& rig, int width)
     const cv::Mat_<float> left = rig.calibrations->left.projectionMatrix;
     const cv::Mat_<float> right = rig.calibrations->right.projectionMatrix;
     const double focalLength = double{left(0, 0)};
-    const DepthScale scale{focalLength, -double{right(0, 3)} / focalLength,
-                           double{left(0, 2)} - double{right(0, 2)}};
+    const DepthScale scale{
+        focalLength, -double{right(0, 3)} / focalLength, double{left(0, 2)} - double{right(0, 2)}};
     return scale.scaled(static_cast<double>(width) / rig.size.width);
 }
 

@@ -46,10 +46,10 @@ Notes judge(const PairDepth& depth, const DepthSummary& summary)
                              "smallest disparity, or leave the range to the program"});
     }
     if (summary.matchedPercent < fewMatched) {
-        notes.push_back(
-            {"few-matches", "only " + formatFixed(summary.matchedPercent, 1) +
-                                " % of the pixels are matched: check that the images are a pair, in "
-                                "this order, and that the calibrations are theirs"});
+        notes.push_back({"few-matches",
+                         "only " + formatFixed(summary.matchedPercent, 1) +
+                             " % of the pixels are matched: check that the images are a pair, in "
+                             "this order, and that the calibrations are theirs"});
     }
     if (summary.beyondPercent > muchBeyond) {
         notes.push_back({"beyond-largest-depth",

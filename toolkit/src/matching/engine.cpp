@@ -74,10 +74,17 @@ cv::Mat matchWithPenalties(const cv::Mat& left, const cv::Mat& right, const Sear
 {
     constexpr int largestLeftRightDifference = 1;
     constexpr double pixelsPerUnit = 1.0 / 16;
-    const auto matcher = cv::StereoSGBM::create(
-        range.minDisparity, range.disparities, *settings.window, *settings.p1, *settings.p2,
-        largestLeftRightDifference, *settings.preFilterCap, *settings.uniqueness, *settings.speckleWindow,
-        *settings.speckleRange, cv::StereoSGBM::MODE_SGBM_3WAY);
+    const auto matcher = cv::StereoSGBM::create(range.minDisparity,
+                                                range.disparities,
+                                                *settings.window,
+                                                *settings.p1,
+                                                *settings.p2,
+                                                largestLeftRightDifference,
+                                                *settings.preFilterCap,
+                                                *settings.uniqueness,
+                                                *settings.speckleWindow,
+                                                *settings.speckleRange,
+                                                cv::StereoSGBM::MODE_SGBM_3WAY);
     cv::Mat raw;
     cv::Mat disparity;
     matcher->compute(left, right, raw);
@@ -88,7 +95,12 @@ cv::Mat matchWithPenalties(const cv::Mat& left, const cv::Mat& right, const Sear
 cv::Mat extend(const cv::Mat& image, const Borders& borders)
 {
     cv::Mat extended;
-    cv::copyMakeBorder(image, extended, borders.vertical, borders.vertical, borders.left, borders.right,
+    cv::copyMakeBorder(image,
+                       extended,
+                       borders.vertical,
+                       borders.vertical,
+                       borders.left,
+                       borders.right,
                        cv::BORDER_REPLICATE | cv::BORDER_ISOLATED);
     return extended;
 }
@@ -115,17 +127,17 @@ cv::Mat matchOneWay(const cv::Mat& left, const cv::Mat& right, const SearchRange
     return disparity;
 }
 
-cv::Mat findSearched(const cv::Size& size, const SearchRange& range, const MatcherSettings& settings)
+cv::Mat findUnsearched(const cv::Size& size, const SearchRange& range, const MatcherSettings& settings)
 {
     // With the full width, a pixel can be searched when one disparity of the range leads into the other image.
     const int first = settings.fullWidth ? range.minDisparity : blankLeft(range);
     const int behindLast = size.width + (settings.fullWidth ? range.maxDisparity() : -blankRight(range));
-    cv::Mat searched = cv::Mat::zeros(size, CV_8UC1);
+    cv::Mat unsearched(size, CV_8UC1, cv::Scalar::all(255));
     const cv::Range columns(std::clamp(first, 0, size.width), std::clamp(behindLast, 0, size.width));
     if (columns.start < columns.end) {
-        searched.colRange(columns).setTo(255);
+        unsearched.colRange(columns).setTo(0);
     }
-    return searched;
+    return unsearched;
 }
 
 } // namespace vision::toolkit

@@ -16,8 +16,8 @@ namespace vision::toolkit {
 cv::Mat matchOneWay(const cv::Mat& left, const cv::Mat& right, const SearchRange& range,
                     const MatcherSettings& settings);
 
-/// Where matchOneWay() looks for matches: `CV_8UC1`, 255 there, otherwise 0.
-cv::Mat findSearched(const cv::Size& size, const SearchRange& range, const MatcherSettings& settings);
+/// Where matchOneWay() cannot look for matches: `CV_8UC1`, 255 there, otherwise 0.
+cv::Mat findUnsearched(const cv::Size& size, const SearchRange& range, const MatcherSettings& settings);
 
 } // namespace vision::toolkit
 

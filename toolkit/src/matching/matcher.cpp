@@ -28,22 +28,25 @@ void requirePair(const RectifiedPair& pair)
     }
 }
 
+cv::Mat findMatched(const cv::Mat& disparity)
+{
+    return disparity < std::numeric_limits<double>::infinity();
+}
+
 /// Fills what is not matched yet from smaller and smaller images.
 void fillFromSmaller(const RectifiedPair& pair, const SearchRange& range, const MatcherSettings& settings,
                      int threads, Matches& matches)
 {
-    matches.level = (matches.disparity < std::numeric_limits<double>::infinity()) / 255;
+    matches.levels = findMatched(matches.disparity) / 255;
+    int level = 1;
     for (const int factor : {2, 4}) {
-        if (pair.left.cols < factor || pair.left.rows < factor) {
-            return;
-        }
-        const RectifiedPair smaller = shrink(pair, factor);
-        const cv::Mat disparity = matchAtOneSize(smaller, shrink(range, factor), settings, threads);
-        cv::Mat larger = enlarge(disparity, pair.left.size());
-        dropOutside(larger, pair);
-        const cv::Mat filled = (matches.level == 0) & (larger < std::numeric_limits<double>::infinity());
-        larger.copyTo(matches.disparity, filled);
-        matches.level.setTo(factor, filled);
+        ++level;
+        cv::Mat disparity = enlarge(
+            matchAtOneSize(shrink(pair, factor), shrink(range, factor), settings, threads), pair.left.size());
+        dropOutside(disparity, pair);
+        const cv::Mat filled = (matches.levels == 0) & findMatched(disparity);
+        disparity.copyTo(matches.disparity, filled);
+        matches.levels.setTo(level, filled);
     }
 }
 
@@ -57,13 +60,14 @@ Matches match(const RectifiedPair& pair, const SearchRange& range, const Matcher
     const MatcherSettings complete = withDefaults(settings);
     Matches matches;
     matches.disparity = matchAtOneSize(pair, range, complete, threads);
-    matches.searched = findSearched(pair.left.size(), range, complete);
-    if (!pair.leftValid.empty()) {
-        matches.searched.setTo(0, pair.leftValid == 0);
-    }
     if (settings.dense) {
         fillFromSmaller(pair, range, complete, threads, matches);
     }
+    matches.unsearched = findUnsearched(pair.left.size(), range, complete);
+    if (!pair.leftValid.empty()) {
+        matches.unsearched.setTo(255, pair.leftValid == 0);
+    }
+    matches.unsearched.setTo(0, findMatched(matches.disparity));
     return matches;
 }
 

@@ -72,7 +72,9 @@ int divideUp(int value, int divisor)
 RectifiedPair shrink(const RectifiedPair& pair, int factor)
 {
     const cv::Size size(divideUp(pair.left.cols, factor), divideUp(pair.left.rows, factor));
-    return {shrinkImage(pair.left, size), shrinkImage(pair.right, size), shrinkMask(pair.leftValid, size),
+    return {shrinkImage(pair.left, size),
+            shrinkImage(pair.right, size),
+            shrinkMask(pair.leftValid, size),
             shrinkMask(pair.rightValid, size)};
 }
 

@@ -25,7 +25,9 @@ int findFactor(int width)
 std::vector<float> collectMatched(const cv::Mat& disparity)
 {
     std::vector<float> matched;
-    std::copy_if(disparity.begin<float>(), disparity.end<float>(), std::back_inserter(matched),
+    std::copy_if(disparity.begin<float>(),
+                 disparity.end<float>(),
+                 std::back_inserter(matched),
                  [](float value) { return std::isfinite(value); });
     return matched;
 }
@@ -61,7 +63,8 @@ std::optional<DisparitySpan> findSpan(const RectifiedPair& pair, double lowestPo
     const double low = factor * double{takeRank(matched, lowRank)};
     const double high = factor * double{takeRank(matched, highRank)};
     return DisparitySpan{std::max(low - std::abs(low) * (growth - 1) - margin, lowestPossible),
-                         high + std::abs(high) * (growth - 1) + margin, pair.left.cols};
+                         high + std::abs(high) * (growth - 1) + margin,
+                         pair.left.cols};
 }
 
 } // namespace vision::toolkit

@@ -18,8 +18,8 @@ struct PairDepth
     cv::Mat leftGrey;    ///< as it was matched, `CV_8UC1`
     cv::Mat rightGrey;   ///< of the same size
     cv::Mat disparity;   ///< `CV_32FC1`, px; +infinity where nothing was matched
-    cv::Mat searched;    ///< `CV_8UC1`, 0 where no match could be looked for
-    cv::Mat level;       ///< as Matches::level; empty unless dense
+    cv::Mat unsearched;  ///< `CV_8UC1`, 255 where no match could be looked for, otherwise 0
+    cv::Mat levels;      ///< as Matches::levels; empty unless dense
     cv::Mat points;      ///< `CV_32FC3`, (0, 0, 0) where none can be trusted; empty without calibrations
     SearchRange range{}; ///< what was searched
     double maxDepth = 0; ///< where points end, m; 0 without calibrations

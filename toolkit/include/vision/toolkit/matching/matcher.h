@@ -13,9 +13,9 @@ namespace vision::toolkit {
 /// What matching gives for each pixel of the left image.
 struct Matches
 {
-    cv::Mat disparity; ///< `CV_32FC1`, px; +infinity where nothing was matched
-    cv::Mat searched;  ///< `CV_8UC1`, 255 where a match was looked for, 0 where none could be
-    cv::Mat level; ///< `CV_8UC1`, dense only: 1, 2 or 4 for a match at full, half or quarter size, 0 for none
+    cv::Mat disparity;  ///< `CV_32FC1`, px; +infinity where nothing was matched
+    cv::Mat unsearched; ///< `CV_8UC1`, 255 where no match could be looked for, otherwise 0
+    cv::Mat levels;     ///< `CV_8UC1`, dense only: 0 not matched, 1 at full size, 2 at half, 3 at a quarter
 };
 
 /// Matches a rectified pair, of any size.
