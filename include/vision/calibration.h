@@ -82,13 +82,14 @@ public:
     ///
     /// Files that OpenCV's parser would crash, stall or exhaust the memory on are refused: anything but regular
     /// files, documents of more than 1 MiB (uncompressed) or with more than 1000 nested levels, base64 data, NUL
-    /// bytes, YAML whose top level is not a block of keys, matrices that are larger than their file.
+    /// bytes, YAML whose top level is not a block of keys in the first column, XML with a carriage return inside
+    /// a line, matrices that are larger than their file.
     /// @param filename path of the file, handed to OpenCV as it is
     /// @throws std::invalid_argument when the name is empty, the file cannot be opened or the document is
     ///         refused (nothing changes), or when a matrix is refused (see below)
-    /// @throws cv::Exception when OpenCV refuses the document (nothing changes) or an entry of it; the
-    ///         fields before a refused entry (in the order of declaration) then hold the file's values, the
-    ///         rest the old ones
+    /// @throws cv::Exception when the file is a folder or OpenCV refuses the document (nothing changes), or an
+    ///         entry of it; the fields before a refused entry (in the order of declaration) then hold the file's
+    ///         values, the rest the old ones
     /// @throws std::exception of another kind when OpenCV fails in another way, as for want of memory; as above
     void load(const std::string& filename);
 

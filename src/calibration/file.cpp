@@ -1,4 +1,4 @@
-#include "calibration/guard/guard.h"
+#include "calibration/guard.h"
 #include "calibration/log_category.h"
 
 #include <vision/calibration.h>

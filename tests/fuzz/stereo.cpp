@@ -4,47 +4,44 @@
 #include <opencv2/core.hpp>
 
 #include <cstdint>
+#include <fuzzer/FuzzedDataProvider.h>
 #include <limits>
 
 namespace {
 
-/// Takes decisions from the bytes of the fuzzer, and zeros when they are used up.
-class Input
+/// Makes arguments from the bytes of the fuzzer, and of zeros when they are used up.
+class Input : public FuzzedDataProvider
 {
 public:
-    Input(const std::uint8_t* data, std::size_t size) : _data(data), _end(data + size) {}
+    using FuzzedDataProvider::FuzzedDataProvider;
 
-    bool isUsedUp() const { return _data == _end; }
-    int byte() { return isUsedUp() ? 0 : *_data++; }
-    bool rarely() { return byte() > 240; }
-    template <typename Value>
-    Value pick(std::initializer_list<Value> values)
-    {
-        return values.begin()[static_cast<std::size_t>(byte()) % values.size()];
-    }
+    int upTo(int highest) { return ConsumeIntegralInRange(0, highest); }
+    bool rarely() { return upTo(255) > 240; }
     int integer()
     {
         constexpr int highest = std::numeric_limits<int>::max();
-        return rarely() ? pick({highest, -highest - 1, highest - 15, 65536, -65536, 1 << 27}) : byte() - 8;
+        constexpr int odd[] = {highest, -highest - 1, highest - 15, 65536, -65536, 1 << 27};
+        return rarely() ? PickValueInArray(odd) : ConsumeIntegralInRange(-8, 247);
     }
     float real()
     {
-        const float odd = pick({std::numeric_limits<float>::infinity(),
-                                std::numeric_limits<float>::quiet_NaN(),
-                                -1.0f,
-                                1e38f,
-                                -1e38f,
-                                1e-38f,
-                                0.0f});
-        return rarely() ? odd : static_cast<float>(byte()) - 32.0f + static_cast<float>(byte()) / 256.0f;
+        constexpr float odd[] = {std::numeric_limits<float>::infinity(),
+                                 std::numeric_limits<float>::quiet_NaN(),
+                                 -1.0f,
+                                 1e38f,
+                                 -1e38f,
+                                 1e-38f,
+                                 0.0f};
+        return rarely() ? PickValueInArray(odd)
+                        : static_cast<float>(ConsumeIntegralInRange(-32 * 256, 224 * 256)) / 256.0f;
     }
-    int anyType() { return CV_MAKETYPE(byte() % 8, 1 + byte() % 4); }
+    int anyType() { return CV_MAKETYPE(upTo(7), 1 + upTo(3)); }
 
     cv::Mat matrix(int rows, int cols, int type)
     {
         if (rarely()) {
-            const int sizes[] = {byte() % 6, byte() % 6, byte() % 3};
-            return cv::Mat(pick({0, 2, 2, 3}), sizes, anyType(), cv::Scalar::all(1));
+            const int sizes[] = {upTo(5), upTo(5), upTo(2)};
+            return cv::Mat(PickValueInArray({0, 2, 2, 3}), sizes, anyType(), cv::Scalar::all(1));
         }
         cv::Mat matrix(rows, cols, type, cv::Scalar::all(0));
         for (int i = 0; type == CV_32FC1 && rows * cols < 100 && i < rows * cols; ++i) {
@@ -60,7 +57,7 @@ public:
             return matrix(size.height, size.width, anyType());
         }
         cv::Mat image(size, type);
-        cv::RNG random(static_cast<std::uint64_t>(byte()));
+        cv::RNG random(ConsumeIntegral<std::uint8_t>());
         random.fill(image, cv::RNG::UNIFORM, -2, 255);
         if (type == CV_32FC1 && !image.empty()) {
             image.at<float>(0, 0) = real();
@@ -70,8 +67,9 @@ public:
 
     cv::Size size()
     {
-        const cv::Size usual = pick({cv::Size(64, 48), cv::Size(32, 24), cv::Size(96, 72), cv::Size(16, 12)});
-        return rarely() ? cv::Size(byte() % 100, byte() % 100) : usual;
+        const cv::Size usual =
+            PickValueInArray({cv::Size(64, 48), cv::Size(32, 24), cv::Size(96, 72), cv::Size(16, 12)});
+        return rarely() ? cv::Size(upTo(99), upTo(99)) : usual;
     }
 
     vision::Calibration calibration(cv::Size size)
@@ -80,15 +78,11 @@ public:
         result.width = rarely() ? integer() : size.width;
         result.height = rarely() ? integer() : size.height;
         result.cameraMatrix = matrix(3, 3, CV_32FC1);
-        result.distortion = matrix(1, pick({5, 4, 8, 12, 14, 0}), CV_32FC1);
+        result.distortion = matrix(1, PickValueInArray({5, 4, 8, 12, 14, 0}), CV_32FC1);
         result.rectificationMatrix = matrix(3, 3, CV_32FC1);
         result.projectionMatrix = matrix(3, 4, CV_32FC1);
         return result;
     }
-
-private:
-    const std::uint8_t* _data;
-    const std::uint8_t* _end;
 };
 
 void setParameter(vision::Stereo& stereo, Input& input)
@@ -108,13 +102,13 @@ void setParameter(vision::Stereo& stereo, Input& input)
         &Stereo::setUniquenessRatio,
         &Stereo::setDisp12MaxDiff,
     };
-    (stereo.*setters[static_cast<std::size_t>(input.byte()) % std::size(setters)])(input.integer());
+    (stereo.*input.PickValueInArray(setters))(input.integer());
 }
 
 void doAnything(vision::Stereo& stereo, Input& input)
 {
     const cv::Size size = input.size();
-    switch (input.byte() % 10) {
+    switch (input.upTo(9)) {
     case 0:
         stereo.setCalibrations(input.calibration(size), input.calibration(size));
         break;
@@ -122,7 +116,7 @@ void doAnything(vision::Stereo& stereo, Input& input)
         stereo.setMaxDepth(input.real());
         break;
     case 2:
-        stereo.setStereoAlgorithm(static_cast<vision::Stereo::StereoAlgorithm>(input.byte() % 3));
+        stereo.setStereoAlgorithm(static_cast<vision::Stereo::StereoAlgorithm>(input.upTo(2)));
         break;
     case 3:
         stereo.resetAllParameters();
@@ -157,7 +151,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     tarn::log::setSink([](const tarn::log::Record&) {});
     Input input(data, size);
     vision::Stereo stereo;
-    for (int calls = 0; calls < 40 && !input.isUsedUp(); ++calls) {
+    for (int calls = 0; calls < 40 && input.remaining_bytes() > 0; ++calls) {
         try {
             if (calls == 0) {
                 const cv::Size calibrated = input.size();
