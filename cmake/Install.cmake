@@ -19,3 +19,4 @@ install(FILES
     ${PROJECT_BINARY_DIR}/stereovisionConfig.cmake
     ${PROJECT_BINARY_DIR}/stereovisionConfigVersion.cmake
     DESTINATION ${package_dir})
+install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR})

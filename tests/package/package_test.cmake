@@ -1,5 +1,6 @@
 # Usage: cmake -DCASE=... -DSOURCE_DIR=... -DBUILD_DIR=... -DWORK_DIR=... -DLIBRARY=... -DCXX=... -DFLAGS=... -P
-# Checks what users of the installed library get. CASE: bundled, host1, host2 (variants of the fake host), symbols.
+# Checks what users of the installed library get. CASE: bundled, static, host1 and host2
+# (variants of the fake host), hostless, symbols.
 cmake_minimum_required(VERSION 3.22)
 
 function(run)
@@ -34,18 +35,42 @@ function(expect_consumer log_pattern)
     endif()
 endfunction()
 
+# Quickly: without optimising.
+function(build_library)
+    run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/library -DBUILD_TESTING=OFF
+        -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG= -DCMAKE_CXX_COMPILER=${CXX} ${ARGN})
+    run(${CMAKE_COMMAND} --build ${WORK_DIR}/library --parallel 2)
+endfunction()
+
 function(test_bundled)
     install_and_move(${BUILD_DIR})
     build_consumer()
     expect_consumer("^[-0-9]+ [0-9:.]+ error vision.stereo setWindowSize: Invalid window size .4.[.]\n$")
+    if(EXISTS ${WORK_DIR}/consumer/toolkit_consumer)
+        execute_process(COMMAND ${WORK_DIR}/consumer/toolkit_consumer OUTPUT_VARIABLE output COMMAND_ERROR_IS_FATAL ANY)
+        if(NOT output MATCHES "missing.png")
+            message(SEND_ERROR "The consumer of the toolkit wrote:\n${output}")
+        endif()
+    endif()
+endfunction()
+
+function(test_static)
+    build_library(-DBUILD_SHARED_LIBS=OFF -DSTEREOVISION_BUILD_APPS=OFF "-DCMAKE_CXX_FLAGS=${FLAGS}")
+    run(${CMAKE_COMMAND} --install ${WORK_DIR}/library --prefix ${WORK_DIR}/made)
+    file(GLOB_RECURSE shared ${WORK_DIR}/made/*.so)
+    run(${CMAKE_COMMAND} --build ${WORK_DIR}/library --target uninstall)
+    file(GLOB_RECURSE left LIST_DIRECTORIES ON RELATIVE ${WORK_DIR}/made ${WORK_DIR}/made/*)
+    list(FILTER left EXCLUDE REGEX "^(lib|lib/cmake|include|share|share/doc)$")
+    if(shared OR left)
+        message(SEND_ERROR "Shared in spite of BUILD_SHARED_LIBS=OFF: ${shared}; left by uninstall: ${left}")
+    endif()
+    set(BUILD_DIR ${WORK_DIR}/library)
+    test_bundled()
 endfunction()
 
 function(test_host variant)
     set(host -Dtarn_DIR=${CMAKE_CURRENT_LIST_DIR}/fake-tarn)
-    run(${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/library -DSTEREOVISION_TARN_LOG=host
-        ${host} -DBUILD_TESTING=OFF -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=
-        -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${FLAGS} -DFAKE_TARN_VARIANT=${variant}")
-    run(${CMAKE_COMMAND} --build ${WORK_DIR}/library --parallel 2)
+    build_library(-DSTEREOVISION_TARN_LOG=host ${host} "-DCMAKE_CXX_FLAGS=${FLAGS} -DFAKE_TARN_VARIANT=${variant}")
     install_and_move(${WORK_DIR}/library)
 
     file(GLOB_RECURSE unwanted RELATIVE ${WORK_DIR}/moved ${WORK_DIR}/moved/*)
@@ -60,6 +85,21 @@ function(test_host variant)
     expect_consumer("${records}")
     set(ENV{FAKE_TARN} null)
     expect_consumer("^$")
+endfunction()
+
+# Without a package, and with one whose header declares nothing.
+function(test_hostless)
+    file(WRITE ${WORK_DIR}/empty/tarn/log.h "")
+    file(WRITE ${WORK_DIR}/empty/tarnConfig.cmake "add_library(tarn::log INTERFACE IMPORTED)
+        target_include_directories(tarn::log INTERFACE ${WORK_DIR}/empty)")
+    foreach(folder IN ITEMS ${WORK_DIR} ${WORK_DIR}/empty)
+        execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE_DIR} -B ${WORK_DIR}/library
+            -DSTEREOVISION_TARN_LOG=host -Dtarn_DIR=${folder} -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${FLAGS}"
+            RESULT_VARIABLE result OUTPUT_QUIET ERROR_VARIABLE log)
+        if(result EQUAL 0 OR NOT log MATCHES "Category. tarn::log::addCategory")
+            message(SEND_ERROR "Configuring with the host's log service in ${folder} ended with ${result}:\n${log}")
+        endif()
+    endforeach()
 endfunction()
 
 function(test_symbols)

@@ -1,0 +1,13 @@
+#include <vision/toolkit/failure.h>
+#include <vision/toolkit/input/image_file.h>
+
+#include <iostream>
+
+int main()
+{
+    try {
+        std::cout << vision::toolkit::readImage("missing.png").cols << '\n';
+    } catch (const vision::toolkit::Failure& failure) {
+        std::cout << failure.what() << '\n';
+    }
+}
