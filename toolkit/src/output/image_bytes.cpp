@@ -1,5 +1,8 @@
 #include "output/image_bytes.h"
 
+#include <vision/toolkit/output/png.h>
+
+#include <opencv2/core.hpp>
 #include <opencv2/imgcodecs.hpp>
 
 #include <vector>
@@ -11,6 +14,12 @@ std::string encodeImage(const char* extension, const cv::Mat& image)
     std::vector<unsigned char> bytes;
     cv::imencode(extension, image, bytes);
     return {bytes.begin(), bytes.end()};
+}
+
+std::string encodePng(const cv::Mat& image)
+{
+    CV_Assert(image.depth() == CV_8U || image.depth() == CV_16U); // OpenCV would convert others
+    return encodeImage(".png", image);
 }
 
 } // namespace vision::toolkit

@@ -1,12 +1,11 @@
 #include <vision/toolkit/output/pair_output.h>
 
-#include "output/image_bytes.h"
-
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/output/depth_formats.h>
 #include <vision/toolkit/output/disparity_formats.h>
 #include <vision/toolkit/output/pictures.h>
 #include <vision/toolkit/output/ply.h>
+#include <vision/toolkit/output/png.h>
 
 #include <opencv2/core.hpp>
 
@@ -47,7 +46,7 @@ std::vector<std::string> Encoder::encode(Product product)
     const PairResults& pair = _results;
     switch (product) {
     case Product::DisparityPicture:
-        return {encodeImage(".png", drawDisparity(pair.disparity, pair.unsearched, _scale))};
+        return {encodePng(drawDisparity(pair.disparity, pair.unsearched, _scale))};
     case Product::DisparityPfm:
         return {encodeDisparityPfm(pair.disparity)};
     case Product::DisparityTiff:
@@ -55,7 +54,7 @@ std::vector<std::string> Encoder::encode(Product product)
     case Product::DisparityPng16:
         return {encodeDisparity16()};
     case Product::DepthPicture:
-        return {encodeImage(".png", drawDepth(_depth, pair.unsearched, _scale))};
+        return {encodePng(drawDepth(_depth, pair.unsearched, _scale))};
     case Product::DepthPng16:
         return {encodeDepth16()};
     case Product::DepthTiff:
@@ -63,11 +62,11 @@ std::vector<std::string> Encoder::encode(Product product)
     case Product::Points:
         return {encodePly(pair.points, pair.left)};
     case Product::Rectified:
-        return {encodeImage(".png", pair.rectifiedLeft), encodeImage(".png", pair.rectifiedRight)};
+        return {encodePng(pair.rectifiedLeft), encodePng(pair.rectifiedRight)};
     case Product::RectifiedRows:
-        return {encodeImage(".png", drawRectifiedRows(pair.left, pair.right))};
+        return {encodePng(drawRectifiedRows(pair.left, pair.right))};
     case Product::Levels:
-        return {encodeImage(".png", drawLevels(getLevels(), pair.unsearched))};
+        return {encodePng(drawLevels(getLevels(), pair.unsearched))};
     }
     throw std::invalid_argument("no such product");
 }

@@ -41,11 +41,20 @@ Sample takeSample(const cv::Mat& image)
     return sample;
 }
 
-double findRank(std::vector<float>& values, double share)
+double findRank(std::vector<float>& values, std::size_t rank)
 {
-    const auto index = static_cast<std::ptrdiff_t>(share * static_cast<double>(values.size() - 1));
-    std::nth_element(values.begin(), values.begin() + index, values.end());
-    return values[static_cast<std::size_t>(index)];
+    std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(rank), values.end());
+    return values[rank];
+}
+
+/// Makes a range that is narrow for its values wider, so that rounding cannot make its ends equal.
+ColourRange widen(double low, double high)
+{
+    constexpr double narrowest = 0.01; // of the values; of 1 when they are 0
+    const double largest = std::max(std::abs(low), std::abs(high));
+    const double missing = narrowest * (largest > 0 ? largest : 1) - (high - low);
+    const double half = std::max(missing, 0.0) / 2;
+    return {low - half, high + half};
 }
 
 } // namespace
@@ -55,7 +64,6 @@ std::optional<ColourRange> findColourRange(const cv::Mat& values)
     CV_Assert(values.type() == CV_32FC1);
     constexpr double outermost = 0.01;
     constexpr double margin = 0.1;
-    constexpr double narrowest = 0.01; // of the values themselves
     Sample sample = takeSample(values);
     if (sample.least > sample.largest) {
         return std::nullopt;
@@ -63,14 +71,12 @@ std::optional<ColourRange> findColourRange(const cv::Mat& values)
     if (sample.values.empty()) { // the few that there are lie between the sampled pixels
         sample.values = {sample.least, sample.largest};
     }
-    const double first = findRank(sample.values, outermost);
-    const double last = findRank(sample.values, 1 - outermost);
-    const double low = std::max(first - margin * (last - first), double{sample.least});
-    const double high = std::min(last + margin * (last - first), double{sample.largest});
-    const double widening = std::max(narrowest * std::max(std::abs(low), std::abs(high)) - (high - low),
-                                     high > low ? 0 : narrowest) /
-                            2;
-    return ColourRange{low - widening, high + widening};
+    const std::size_t last = sample.values.size() - 1;
+    const auto beyond = static_cast<std::size_t>(outermost * static_cast<double>(last));
+    const double low = findRank(sample.values, beyond);
+    const double high = findRank(sample.values, last - beyond);
+    const double more = margin * (high - low);
+    return widen(std::max(low - more, double{sample.least}), std::min(high + more, double{sample.largest}));
 }
 
 DepthOfDisparity makeDepthOfDisparity(const vision::Stereo& stereo, const cv::Size& size)

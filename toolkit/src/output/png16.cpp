@@ -1,6 +1,6 @@
 #include "output/png16.h"
 
-#include "output/image_bytes.h"
+#include <vision/toolkit/output/png.h>
 
 #include <opencv2/core.hpp>
 
@@ -27,7 +27,7 @@ EncodedImage encodePng16(const cv::Mat& image, float factor, float none)
             unfit += isValue && !fits ? 1U : 0U;
         }
     }
-    return {encodeImage(".png", whole), unfit};
+    return {encodePng(whole), unfit};
 }
 
 } // namespace vision::toolkit
