@@ -42,7 +42,10 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
     program.require_subcommand(0, 1); // with at least 1, an unknown word would be reported as none
 
     bool isVerbose = false;
-    const std::vector<tool::Command> commands{tool::addCalibrate(program), tool::addDepth(program)};
+    const std::vector<tool::Command> commands{tool::addCalibrate(program),
+                                              tool::addDepth(program),
+                                              tool::addEvaluate(program),
+                                              tool::addRectify(program)};
     for (const tool::Command& command : commands) {
         command.options->add_flag("--verbose", isVerbose, "Tell on stderr what the library does");
     }

@@ -21,6 +21,8 @@ struct Command
 
 Command addCalibrate(CLI::App& program);
 Command addDepth(CLI::App& program);
+Command addEvaluate(CLI::App& program);
+Command addRectify(CLI::App& program);
 
 } // namespace tool
 

@@ -36,10 +36,10 @@ void keep(const fs::path& file, const fs::path& secondName)
 
 } // namespace
 
-OutputFolder::OutputFolder(const fs::path& folder, bool mayOverwrite)
-    : _path(folder), _mayOverwrite(mayOverwrite), _made(findMissing(folder))
+OutputFolder::OutputFolder(const fs::path& folder, bool mayOverwrite, const std::string& option)
+    : _path(folder), _mayOverwrite(mayOverwrite), _option(option), _made(findMissing(folder))
 {
-    const std::string name = "--output " + folder.string();
+    const std::string name = option + " " + folder.string();
     std::error_code error;
     fs::create_directories(folder, error);
     if (error) {
@@ -71,11 +71,11 @@ void OutputFolder::requireFree(const std::string& name) const
         return;
     }
     if (!_mayOverwrite) {
-        throw Failure(file.string() +
-                      ": exists already; add --force to overwrite it or choose another --output");
+        throw Failure(file.string() + ": exists already; add --force to overwrite it or choose another " +
+                      _option);
     }
     if (!fs::is_regular_file(status)) {
-        throw Failure(file.string() + ": is not a file that can be overwritten; choose another --output");
+        throw Failure(file.string() + ": is not a file that can be overwritten; choose another " + _option);
     }
 }
 
@@ -108,7 +108,7 @@ void OutputFiles::write(const std::string& name, const std::string& bytes)
     stream.close();
     if (!stream) {
         throw Failure(_files.back().final.string() + ": cannot write the file: " + std::strerror(errno) +
-                      "; free space or choose another --output");
+                      "; free space or choose another " + _folder.option());
     }
 }
 
@@ -128,7 +128,7 @@ std::vector<fs::path> OutputFiles::commit()
                 }
             }
             throw Failure(file.final.string() + ": cannot write the file: " + error.message() +
-                          "; choose another --output");
+                          "; choose another " + _folder.option());
         }
         written.push_back(file.final);
     }

@@ -13,13 +13,16 @@ namespace vision::toolkit {
 class VISION_TOOLKIT_EXPORT OutputFolder
 {
 public:
+    /// @param option what the user chose the folder with, for messages
     /// @throws Failure when the folder cannot be made or written to
-    OutputFolder(const std::filesystem::path& folder, bool mayOverwrite);
+    OutputFolder(const std::filesystem::path& folder, bool mayOverwrite,
+                 const std::string& option = "--output");
     ~OutputFolder();
     OutputFolder(const OutputFolder&) = delete;
     OutputFolder& operator=(const OutputFolder&) = delete;
 
     const std::filesystem::path& path() const { return _path; }
+    const std::string& option() const { return _option; }
 
     /// Tests whether a file of this name may be written.
     /// @throws Failure when there is one that may not be overwritten
@@ -28,6 +31,7 @@ public:
 private:
     std::filesystem::path _path;
     bool _mayOverwrite;
+    std::string _option;
     std::vector<std::filesystem::path> _made; ///< outermost first
 };
 
