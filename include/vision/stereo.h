@@ -254,7 +254,7 @@ protected:
     /// The cached transforms of the image's size, computed at its first use. The log records carry the name
     /// of the calling method.
     /// @throws std::invalid_argument,cv::Exception as computeImageTransforms()
-    const ImageTransform& _findTransforms(const cv::Mat& image, const char* function) const;
+    const ImageTransform& _findTransforms(const cv::Mat& image, const char* caller) const;
 
     Calibration _leftCalibration;
     Calibration _rightCalibration;

@@ -1,5 +1,5 @@
 #include "calibration/guard.h"
-#include "calibration/log_category.h"
+#include "log_categories.h"
 
 #include <vision/calibration.h>
 

@@ -1,4 +1,4 @@
-#include "calibration/log_category.h"
+#include "log_categories.h"
 
 #include <vision/calibration.h>
 

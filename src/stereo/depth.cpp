@@ -1,5 +1,5 @@
+#include "log_categories.h"
 #include "stereo/image_scale.h"
-#include "stereo/log_category.h"
 
 #include <vision/stereo.h>
 
@@ -84,16 +84,16 @@ VISION_WIDE_VECTORS void reprojectRow(const float* disparity, int columns, int y
 cv::Mat Stereo::computeDepth(const cv::Mat& disparity) const
 {
     using detail::stereoCategory;
-    constexpr const char* function = "computeDepth";
+    constexpr const char* method = "computeDepth";
 
-    detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, function, "Computing depth...");
+    detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, method, "Computing depth...");
     if (disparity.type() != CV_32FC1) {
         detail::refuse<std::invalid_argument>(
-            stereoCategory, function, "Wrong disparity image type, need CV_32FC1.");
+            stereoCategory, method, "Wrong disparity image type, need CV_32FC1.");
     }
-    const int scale = detail::requireImageScale(disparity, _leftCalibration.width, function);
-    const cv::Matx44d q = _findTransforms(disparity, function).reprojectionMatrix;
-    detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, function, "Reproject to 3D...");
+    const int scale = detail::requireImageScale(disparity, _leftCalibration.width, method);
+    const cv::Matx44d q = _findTransforms(disparity, method).reprojectionMatrix;
+    detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, method, "Reproject to 3D...");
 
     // Pixels without a match hold one less than the smallest disparity searched.
     const Limits limits{_maxDepth,

@@ -1,5 +1,5 @@
+#include "log_categories.h"
 #include "stereo/image_scale.h"
-#include "stereo/log_category.h"
 
 #include <vision/stereo.h>
 
@@ -17,7 +17,7 @@ namespace {
 
 using detail::stereoCategory;
 
-constexpr const char* function = "computeDisparity";
+constexpr const char* method = "computeDisparity"; ///< as the log names it
 
 /// The matchers count in sixteenths of a pixel.
 constexpr double pixelsPerUnit = 0.0625;
@@ -65,7 +65,7 @@ cv::Mat match(cv::StereoMatcher& matcher, const cv::Mat& left, const cv::Mat& ri
     } catch (const std::exception& error) {
         detail::logRecord(tarn::LogLevel::Error,
                           stereoCategory,
-                          function,
+                          method,
                           "Error in block matching algorithm: ",
                           error.what());
         throw;
@@ -76,7 +76,7 @@ void requireGreyPair(const cv::Mat& left, const cv::Mat& right)
 {
     if (left.size != right.size) {
         detail::refuse<std::invalid_argument>(stereoCategory,
-                                              function,
+                                              method,
                                               "Both image don't have the same size.",
                                               "Both images must have the same size.");
     }
@@ -90,7 +90,7 @@ void requireGreyPair(const cv::Mat& left, const cv::Mat& right)
 cv::Mat Stereo::computeDisparity(const cv::Mat& left, const cv::Mat& right) const
 {
     requireGreyPair(left, right);
-    const int scale = detail::requireImageScale(left, _leftCalibration.width, function);
+    const int scale = detail::requireImageScale(left, _leftCalibration.width, method);
     const int halvings = static_cast<int>(std::round(std::log2(scale)));
     const ScaledParameters scaled{
         detail::scaleMinDisparity(_minDisparity, scale),
@@ -101,7 +101,7 @@ cv::Mat Stereo::computeDisparity(const cv::Mat& left, const cv::Mat& right) cons
     };
 
     if (_stereoAlgorithm == BM) {
-        detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, function, "Compute disparity (BM)...");
+        detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, method, "Compute disparity (BM)...");
         const auto matcher = cv::StereoBM::create(0, 21);
         setScaled(*matcher, scaled);
         matcher->setPreFilterSize(_preFilterSize);
@@ -111,7 +111,7 @@ cv::Mat Stereo::computeDisparity(const cv::Mat& left, const cv::Mat& right) cons
         return match(*matcher, left, right);
     }
     if (_stereoAlgorithm == SGBM) {
-        detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, function, "Compute disparity (SGBM)...");
+        detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, method, "Compute disparity (SGBM)...");
         // The penalties and the left-right check stay 0 whatever their parameters say: results depend on it.
         const auto matcher = cv::StereoSGBM::create(scaled.minDisparity,
                                                     scaled.disparityNumber,

@@ -1,16 +1,16 @@
 #include "stereo/image_scale.h"
 
-#include "stereo/log_category.h"
+#include "log_categories.h"
 
 #include <stdexcept>
 
 namespace vision::detail {
 
-int requireImageScale(const cv::Mat& image, int calibrationWidth, const char* function)
+int requireImageScale(const cv::Mat& image, int calibrationWidth, const char* caller)
 {
-    const auto require = [function](bool holds, const char* text) {
+    const auto require = [caller](bool holds, const char* text) {
         if (!holds) {
-            refuse<std::invalid_argument>(stereoCategory, function, text);
+            refuse<std::invalid_argument>(stereoCategory, caller, text);
         }
     };
     require(image.dims <= 2, "Images must have two dimensions.");

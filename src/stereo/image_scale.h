@@ -7,10 +7,10 @@
 namespace vision::detail {
 
 /// Returns the truncated ratio of the widths, at least 1.
-/// @throws std::invalid_argument (logged under the function's name) when the image is empty, has more than
+/// @throws std::invalid_argument (logged under the caller's name) when the image is empty, has more than
 /// two
 ///         dimensions or is wider than the calibration, or the calibration has no width
-int requireImageScale(const cv::Mat& image, int calibrationWidth, const char* function);
+int requireImageScale(const cv::Mat& image, int calibrationWidth, const char* caller);
 
 /// The smallest disparity that the matchers search in an image of that scale.
 ///

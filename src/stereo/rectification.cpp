@@ -1,4 +1,4 @@
-#include "stereo/log_category.h"
+#include "log_categories.h"
 
 #include <vision/stereo.h>
 

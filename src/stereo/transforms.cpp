@@ -1,4 +1,4 @@
-#include "stereo/log_category.h"
+#include "log_categories.h"
 
 #include <vision/stereo.h>
 
@@ -111,7 +111,7 @@ Stereo::ImageTransform Stereo::computeImageTransforms(const cv::Size& size) cons
     return transform;
 }
 
-const Stereo::ImageTransform& Stereo::_findTransforms(const cv::Mat& image, const char* function) const
+const Stereo::ImageTransform& Stereo::_findTransforms(const cv::Mat& image, const char* caller) const
 {
     const cv::Size size(image.cols, image.rows);
     const auto cached = _imageTransforms.find(size);
@@ -120,7 +120,7 @@ const Stereo::ImageTransform& Stereo::_findTransforms(const cv::Mat& image, cons
     }
     detail::logRecord(tarn::LogLevel::Verbose,
                       detail::stereoCategory,
-                      function,
+                      caller,
                       "Compute transforms for resolution ",
                       "[",
                       size.width,

@@ -1,7 +1,8 @@
-#include "calibration/log_category.h"
+#include "log_categories.h"
 
 namespace vision::detail {
 
 LogCategory* const calibrationCategory = tarn::log::addCategory("vision.stereo.calibration");
+LogCategory* const stereoCategory = tarn::log::addCategory("vision.stereo");
 
 } // namespace vision::detail
