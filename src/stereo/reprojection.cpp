@@ -2,6 +2,7 @@
 
 #include <opencv2/calib3d.hpp>
 
+#include <cmath>
 #include <vector>
 
 namespace vision::detail {
@@ -24,11 +25,33 @@ bool isOfHorizontalPair(const cv::Mat& q)
     return true;
 }
 
+/// Whether this build of OpenCV rounds X, Y and Z to float before it divides them by W, and not only after.
+///
+/// It is asked for a point whose X tells: 1 + 2^-24 lies halfway between two floats and would be rounded to 1,
+/// whereas four fifths of it are nearer to the next float above 0.8f than to 0.8f itself.
+bool roundsBeforeDivision()
+{
+    cv::Matx44d q = cv::Matx44d::eye();
+    q(0, 3) = 1 + std::ldexp(1.0, -24);
+    q(3, 3) = 1.25;
+    cv::Mat point;
+    cv::reprojectImageTo3D(cv::Mat::zeros(1, 1, CV_32FC1), point, q, false, CV_32F);
+    return point.at<cv::Vec3f>(0, 0)[0] == 0.8f;
+}
+
+/// The sum of a coordinate of the image and an entry of q, as OpenCV has it when it divides.
+double addAsOpenCv(int coordinate, double entry)
+{
+    static const bool rounds = roundsBeforeDivision();
+    const double sum = coordinate + entry;
+    return rounds ? static_cast<float>(sum) : sum;
+}
+
 cv::Mat reprojectInOnePass(const cv::Mat& disparity, const cv::Matx44d& q, const DepthLimits& limits)
 {
     std::vector<double> x(static_cast<std::size_t>(disparity.cols) + pixelsPerBlock);
     for (int column = 0; column < disparity.cols; ++column) {
-        x[static_cast<std::size_t>(column)] = column + q(0, 3);
+        x[static_cast<std::size_t>(column)] = addAsOpenCv(column, q(0, 3));
     }
     cv::Mat points(disparity.rows, disparity.cols, CV_32FC3);
     constexpr double pixelsPerTask = 16384; // what outweighs handing a band of rows to another thread
@@ -36,7 +59,8 @@ cv::Mat reprojectInOnePass(const cv::Mat& disparity, const cv::Matx44d& q, const
         cv::Range(0, disparity.rows),
         [&](const cv::Range& band) {
             for (int y = band.start; y < band.end; ++y) {
-                const HomogeneousRow homogeneous{x.data(), y + q(1, 3), 0.0 + q(2, 3), q(3, 2), q(3, 3)};
+                const HomogeneousRow homogeneous{
+                    x.data(), addAsOpenCv(y, q(1, 3)), addAsOpenCv(0, q(2, 3)), q(3, 2), q(3, 3)};
                 reprojectRow(
                     disparity.ptr<float>(y), disparity.cols, homogeneous, limits, points.ptr<cv::Vec3f>(y));
             }
