@@ -1,6 +1,7 @@
 #include <vision/toolkit/output/disparity_formats.h>
 
 #include "output/image_bytes.h"
+#include "output/little_endian.h"
 #include "output/png16.h"
 
 #include <opencv2/core.hpp>
@@ -17,8 +18,19 @@ constexpr float noDisparity = std::numeric_limits<float>::infinity();
 
 std::string encodeDisparityPfm(const cv::Mat& disparity)
 {
-    CV_Assert(disparity.type() == CV_32FC1);
-    return encodeImage(".pfm", disparity);
+    CV_Assert(disparity.type() == CV_32FC1 && !disparity.empty());
+    std::string bytes =
+        "Pf\n" + std::to_string(disparity.cols) + " " + std::to_string(disparity.rows) + "\n-1\n";
+    const std::size_t header = bytes.size();
+    bytes.resize(header + disparity.total() * sizeof(float));
+    char* to = &bytes[header];
+    for (int row = disparity.rows - 1; row >= 0; --row) {
+        const auto* values = disparity.ptr<float>(row);
+        for (int column = 0; column < disparity.cols; ++column) {
+            to = putLittleEndian(values[column], to);
+        }
+    }
+    return bytes;
 }
 
 std::string encodeDisparityTiff(const cv::Mat& disparity)

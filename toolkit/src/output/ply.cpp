@@ -1,29 +1,16 @@
 #include <vision/toolkit/output/ply.h>
 
+#include "output/little_endian.h"
+
 #include <vision/toolkit/depth/summary.h>
 
 #include <opencv2/core.hpp>
-
-#include <cstdint>
-#include <cstring>
 
 namespace vision::toolkit {
 
 namespace {
 
 constexpr std::size_t vertexSize = 3 * sizeof(float) + 3;
-
-/// Puts a number byte by byte, so that files are the same on every machine.
-char* putLittleEndian(float number, char* to)
-{
-    static_assert(sizeof(std::uint32_t) == sizeof(float));
-    std::uint32_t bits = 0;
-    std::memcpy(&bits, &number, sizeof bits);
-    for (unsigned shift = 0; shift < 32; shift += 8) {
-        *to++ = static_cast<char>(bits >> shift & 0xFFU);
-    }
-    return to;
-}
 
 /// @param pixel of a grey or BGR image
 char* putColour(const unsigned char* pixel, int channels, char* to)

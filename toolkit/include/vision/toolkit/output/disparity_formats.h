@@ -1,6 +1,7 @@
 /// @file
 /// A disparity image as the bytes of a file. All take disparities in px of the image itself, `CV_32FC1`; a pixel
-/// has no value where the number is not finite. All throw `cv::Exception` for another type or an empty image.
+/// has no value where the number is not finite, and formats with floats keep that number. All throw
+/// `cv::Exception` for another type or an empty image.
 #ifndef VISION_TOOLKIT_OUTPUT_DISPARITY_FORMATS_H
 #define VISION_TOOLKIT_OUTPUT_DISPARITY_FORMATS_H
 
@@ -13,10 +14,10 @@
 
 namespace vision::toolkit {
 
-/// Portable float map, grey: little endian with scale 1, bottom row first; +infinity where there is no value.
+/// Portable float map (PFM), grey: little endian with scale 1, bottom row first.
 VISION_TOOLKIT_EXPORT std::string encodeDisparityPfm(const cv::Mat& disparity);
 
-/// TIFF with one 32-bit float a pixel; +infinity where there is no value.
+/// TIFF with one 32-bit float a pixel.
 VISION_TOOLKIT_EXPORT std::string encodeDisparityTiff(const cv::Mat& disparity);
 
 /// PNG with 16 bits: 256 times the disparity, rounded; 0 where there is no value.
