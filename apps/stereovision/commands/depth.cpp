@@ -1,17 +1,15 @@
 #include "commands/commands.h"
-#include "options/stereo_options.h"
+#include "options/matching_options.h"
+#include "options/output_options.h"
+#include "options/pair_options.h"
+#include "options/parameter_file.h"
+#include "options/rig_options.h"
+#include "options/run_options.h"
 
-#include <vision/toolkit/depth/pair_depth.h>
-#include <vision/toolkit/depth/summary.h>
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/input/image_pair.h>
-#include <vision/toolkit/output/output_files.h>
-#include <vision/toolkit/output/output_set.h>
-#include <vision/toolkit/output/pair_output.h>
+#include <vision/toolkit/sequence/depth_run.h>
 #include <vision/toolkit/text.h>
 
-#include <filesystem>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -24,91 +22,206 @@ namespace {
 
 struct DepthOptions
 {
-    StereoOptions stereo;
-    std::vector<std::string> left;
-    std::vector<std::string> right;
-    double resize = 1;
-    std::string output;
-    bool force = false;
+    PairInput input;
+    CalibrationFiles calibrations;
+    RectifiedOptions rectified;
+    MatchingOptions matching;
+    OutputOptions output;
+    std::string products;
+    std::vector<double> colours;
+    RunOptions run;
+    bool skipExisting = false;
+    bool json = false;
+    bool quiet = false;
+    std::string parameterFile;
+    std::string savedParameterFile;
 };
 
-/// What the results of a pair are called after.
-std::string baseName(const PairNames& pair)
+/// What --params and --save-params read and write.
+const std::vector<std::string> parameters{"algorithm",
+                                          "window",
+                                          "p1",
+                                          "p2",
+                                          "uniqueness",
+                                          "speckle-window",
+                                          "speckle-range",
+                                          "prefilter-cap",
+                                          "prefilter-size",
+                                          "near",
+                                          "far",
+                                          "texture-threshold",
+                                          "max-depth",
+                                          "disparities",
+                                          "min-disparity",
+                                          "dense",
+                                          "plain",
+                                          "resize",
+                                          "write",
+                                          "range"};
+
+/// The size of the first image that can be read, for which numbers in px hold.
+cv::Size findImageSize(PairSequence& pairs)
 {
-    return std::filesystem::path(pair.left).stem().string();
-}
-
-void requireDistinctNames(const std::vector<PairNames>& pairs)
-{
-    std::map<std::string, std::string> files;
-    for (const PairNames& pair : pairs) {
-        const auto [first, isNew] = files.emplace(baseName(pair), pair.left);
-        if (!isNew) {
-            throw Failure(
-                "--left " + first->second + " and " + pair.left + " would both write " + first->first +
-                "-disparity.png and so on: process them one by one with different --output folders");
-        }
-    }
-}
-
-PairDepth computeDepth(const PairNames& pair, double factor, const vision::Stereo& stereo, Console& console)
-{
-    const ImagePair images = readImagePair(pair);
-    console.notes(images.notes);
-    try {
-        return computePairDepth(stereo, factor == 1 ? images : resize(images, factor));
-    } catch (const std::exception& error) {
-        throw Failure(pair.left + ": " + describe(error));
-    }
-}
-
-void processPair(const PairNames& pair, const DepthOptions& options, const vision::Stereo& stereo,
-                 const OutputFolder& folder, Console& console)
-{
-    const OutputSet set = OutputSet::makeDefault(true);
-    PairResults results;
-    results.name = baseName(pair);
-    set.requireFree(results.name, folder);
-    const PairDepth depth = computeDepth(pair, options.resize, stereo, console);
-    results.left = depth.left;
-    results.right = depth.right;
-    results.disparity = depth.disparity;
-    results.points = depth.points;
-    PictureScale scale;
-    scale.depthAt = makeDepthOfDisparity(stereo, depth.disparity.size());
-    const PairOutput output = writePairOutput(results, scale, set, folder);
-
-    const DepthSummary summary = summarise(depth);
-    console.result(baseName(pair) + ": " + formatSize(depth.disparity.size()) + " px, " + format(summary));
-    for (const auto& file : output.files) {
-        console.result("wrote " + file.string());
-    }
-    if (summary.points == 0) {
-        console.note(pair.left +
-                     ": no depth found; is the scene within --max-depth and reach of --disparities?");
-    }
-}
-
-ExitCode runDepth(const DepthOptions& options, Console& console)
-{
-    const auto pairs = pairUp(options.left, options.right);
-    requireDistinctNames(pairs);
-    vision::Stereo stereo;
-    options.stereo.configure(stereo);
-    const OutputFolder folder(options.output, options.force);
-
-    std::size_t failed = 0;
-    console.startProgress("computing depth", pairs.size());
-    for (const PairNames& pair : pairs) {
+    for (std::size_t pair = 0;; ++pair) {
         try {
-            processPair(pair, options, stereo, folder, console);
-        } catch (const std::exception& error) {
-            ++failed;
-            console.error(describe(error));
+            return pairs.take(pair)().left.size();
+        } catch (const Failure&) {
+            if (pair + 1 == pairs.size()) {
+                throw;
+            }
         }
-        console.advanceProgress();
     }
-    return exitCodeOf(pairs.size() - failed, failed);
+}
+
+Rig makeRig(const DepthOptions& options, PairSequence& pairs)
+{
+    const RectifiedOptions& given = options.rectified;
+    if (!given.isRectified) {
+        return vision::toolkit::makeRig(options.calibrations.load());
+    }
+    const cv::Size size = findImageSize(pairs);
+    std::optional<RectifiedGeometry> geometry;
+    if (given.focalLength) {
+        geometry =
+            RectifiedGeometry{*given.focalLength, *given.baseline, given.doffs.value_or(0), std::nullopt};
+        if (given.cx || given.cy) {
+            geometry->principalPoint = cv::Point2d(given.cx.value_or((size.width - 1) / 2.0),
+                                                   given.cy.value_or((size.height - 1) / 2.0));
+        }
+    }
+    return makeRectifiedRig(size, geometry);
+}
+
+DepthSettings makeSettings(const MatchingOptions& options)
+{
+    DepthSettings settings;
+    settings.matcher = options.settings;
+    settings.range = {options.nearest, options.farthest, options.minDisparity, options.disparities};
+    settings.maxDepth = options.maxDepth;
+    settings.plain = options.plain;
+    return settings;
+}
+
+std::optional<ColourRange> parseColours(const std::vector<double>& colours)
+{
+    if (colours.empty()) {
+        return std::nullopt;
+    }
+    if (colours.size() != 2 || !(colours[0] < colours[1])) {
+        throw Failure("--range: give the smallest and the largest disparity of the colours, such as 20,160");
+    }
+    return ColourRange{colours[0], colours[1]};
+}
+
+/// Tells of each pair, and counts.
+class Reporter
+{
+public:
+    Reporter(const DepthOptions& options, Console& console) : _options(options), _console(console) {}
+
+    void tell(const PairReport& report)
+    {
+        ++_pairs;
+        _failed += report.error.empty() ? 0 : 1;
+        if (_options.json) {
+            _console.result(toJson(report));
+        }
+        if (!report.error.empty()) {
+            _console.error(report.error);
+        } else if (!_options.json && !_options.quiet) {
+            describe(report);
+        }
+        if (!_options.quiet) {
+            tellNotes(report);
+        }
+        _console.advanceProgress();
+    }
+
+    ExitCode exitCode() const { return exitCodeOf(_pairs - _failed, _failed); }
+
+private:
+    void describe(const PairReport& report)
+    {
+        if (report.isSkipped) {
+            _console.result(report.name + ": is there already");
+            return;
+        }
+        _console.result(report.name + ": " + formatSize(report.size) + " px, " + format(report.summary) +
+                        ", searched " + std::to_string(report.range.minDisparity) + " to " +
+                        std::to_string(report.range.maxDisparity()) + " px");
+        for (const auto& file : report.files) {
+            _console.result("wrote " + file.string());
+        }
+    }
+
+    /// What holds for one pair names it; what is the same for all is told once.
+    void tellNotes(const PairReport& report)
+    {
+        for (const auto& [code, text] : report.notes) {
+            const bool isConversion =
+                code == "scaled-to-8-bits" || code == "alpha-ignored" || code == "converted-to-grey";
+            _console.note(isConversion ? text : report.images.left + ": " + text);
+        }
+    }
+
+    const DepthOptions& _options;
+    Console& _console;
+    std::size_t _pairs = 0;
+    std::size_t _failed = 0;
+};
+
+ExitCode runDepth(CLI::App& app, DepthOptions& options, Console& console)
+{
+    if (!options.parameterFile.empty()) {
+        applyParameterFile(app, parameters, options.parameterFile);
+    }
+    const auto pairs = openPairs(options.input);
+    const Rig rig = makeRig(options, *pairs);
+    const OutputSet products = options.products.empty() ? OutputSet::makeDefault(rig.calibrations.has_value())
+                                                        : OutputSet::parse("--write", options.products);
+    if (products.needsDepth() && !rig.calibrations) {
+        throw Failure("--write: depth and points of rectified images need --focal and --baseline");
+    }
+    const DepthRun run{rig,
+                       makeSettings(options.matching),
+                       options.matching.resize,
+                       products,
+                       parseColours(options.colours),
+                       options.run.shard,
+                       options.run.jobs,
+                       options.skipExisting};
+    const OutputFolder folder(options.output.folder, options.output.force || options.skipExisting);
+    Reporter reporter(options, console);
+    console.startProgress("computing depth", selectShard(pairs->size(), run.shard).size());
+    vision::toolkit::runDepth(
+        *pairs, run, folder, [&reporter](const PairReport& report) { reporter.tell(report); });
+    if (!options.savedParameterFile.empty()) {
+        saveParameterFile(app, parameters, options.savedParameterFile);
+    }
+    return reporter.exitCode();
+}
+
+void addResultOptions(CLI::App& app, DepthOptions& options)
+{
+    constexpr const char* group = "Results";
+    addOutputOptions(app, "the results", options.output);
+    app.add_option(
+           "--write", options.products, "What is written, a list with commas: " + OutputSet::listNames())
+        ->type_name("LIST")
+        ->group(group);
+    app.add_option("--range", options.colours, "Disparities at both ends of the colours of pictures")
+        ->delimiter(',')
+        ->type_name("LOW,HIGH")
+        ->group(group);
+    app.add_flag("--json", options.json, "Print one JSON object for each pair")->group(group);
+    app.add_flag("--quiet", options.quiet, "Print errors only")->group(group);
+    app.add_option("--params", options.parameterFile, "Take options of matching from this JSON file")
+        ->type_name("FILE")
+        ->group(group);
+    app.add_option(
+           "--save-params", options.savedParameterFile, "Write the options of matching that were given")
+        ->type_name("FILE")
+        ->group(group);
 }
 
 } // namespace
@@ -117,30 +230,21 @@ Command addDepth(CLI::App& program)
 {
     CLI::App* app = program.add_subcommand("depth", "Compute disparity and depth of image pairs");
     auto options = std::make_shared<DepthOptions>();
-    app->add_option("--left", options->left, "Images of the left camera")->required()->type_name("FILE");
-    app->add_option("--right", options->right, "Images of the right camera, in the same order")
-        ->required()
-        ->type_name("FILE");
-    app->add_option("--output", options->output, "Folder for the results")->required()->type_name("DIR");
-    app->add_flag("--force", options->force, "Overwrite existing files");
-    app->add_option("--resize",
-                    options->resize,
-                    "Scale the images by this factor first, for speed: 0.5 halves width and height")
-        ->check(CLI::Range(0.001, 1.0))
-        ->capture_default_str()
-        ->type_name("FACTOR");
-    options->stereo.addTo(*app);
-    app->footer(
-        "Images may be smaller than the calibration, in the same aspect ratio. For each pair, named after "
-        "its\n"
-        "left image, four files are written:\n"
-        "  NAME-rectified.png  both rectified images with lines along the rows\n"
-        "  NAME-disparity.png  disparity in colour with a scale, black where nothing was matched\n"
-        "  NAME-disparity.pfm  disparity in px of the image, +Inf where nothing was matched\n"
-        "  NAME-points.ply     points in metres: x to the right, y down, z forward\n\n"
-        "Example: stereovision depth --left-calibration calibration/left.yml --right-calibration "
-        "calibration/right.yml --left left01.jpg --right right01.jpg --disparities 128 --output depth");
-    return {app, [options](Console& console) { return runDepth(*options, console); }};
+    addPairOptions(*app, options->input);
+    addCalibrationOptions(*app, options->calibrations);
+    addRectifiedOptions(*app, options->rectified);
+    addResultOptions(*app, *options);
+    addMatchingOptions(*app, options->matching);
+    addRunOptions(*app, options->run);
+    app->add_flag(
+           "--skip-existing", options->skipExisting, "Leave out pairs whose files are there: continue a run")
+        ->group("Sequences");
+    app->footer("Nothing but images and calibrations is needed: the range is found from the images. Images "
+                "may be smaller\n"
+                "than the calibration, in the same aspect ratio. Files are named after the left image.\n\n"
+                "Example: stereovision depth --left-calibration calibration/left.yml --right-calibration "
+                "calibration/right.yml --left 'left*.jpg' --right 'right*.jpg' --output depth");
+    return {app, [app, options](Console& console) { return runDepth(*app, *options, console); }};
 }
 
 } // namespace tool

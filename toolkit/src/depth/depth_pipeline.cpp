@@ -76,9 +76,18 @@ bool DepthPipeline::needsSpan() const
     return !_settings.plain && !isComplete(_settings.range);
 }
 
+RawPair DepthPipeline::rectify(const RawPair& pair) const
+{
+    if (_rig.isRectified) {
+        return pair;
+    }
+    requireFittingSize(pair.left.size(), _rig.size);
+    return {_stereo.rectifyImageLeft(pair.left), _stereo.rectifyImageRight(pair.right)};
+}
+
 ImagePair DepthPipeline::_rectify(const ImagePair& pair) const
 {
-    return _rig.isRectified ? pair : rectify(_stereo, pair);
+    return _rig.isRectified ? pair : toolkit::rectify(_stereo, pair);
 }
 
 RectifiedPair DepthPipeline::_makePair(const ImagePair& rectified) const

@@ -7,7 +7,6 @@
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>
-#include <opencv2/imgproc.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -105,26 +104,6 @@ PairDepth makePairDepth(const ImagePair& rectified)
     depth.rightGrey = rectified.right.grey;
     depth.notes = rectified.notes;
     return depth;
-}
-
-ImagePair resize(const ImagePair& pair, double factor)
-{
-    const cv::Size size = pair.left.grey.size();
-    const cv::Point2d exact(size.width * factor, size.height * factor);
-    const cv::Size scaled(cvRound(exact.x), cvRound(exact.y));
-    constexpr double roundingError = 1e-6;
-    if (scaled.empty() || std::abs(exact.x - scaled.width) > roundingError ||
-        std::abs(exact.y - scaled.height) > roundingError) {
-        throw Failure("--resize " + formatFixed(factor, 3) + " of " + formatSize(size) +
-                      " gives no whole number of pixels: choose another factor");
-    }
-    const auto shrink = [&scaled](const InputImage& image) {
-        InputImage result;
-        cv::resize(image.grey, result.grey, scaled, 0, 0, cv::INTER_AREA);
-        cv::resize(image.view, result.view, scaled, 0, 0, cv::INTER_AREA);
-        return result;
-    };
-    return {shrink(pair.left), shrink(pair.right), pair.notes};
 }
 
 PairDepth computePlainDepth(const Stereo& stereo, const ImagePair& rectified)

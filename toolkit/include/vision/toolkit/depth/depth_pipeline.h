@@ -46,6 +46,10 @@ public:
     /// @throws Failure telling what to change when the images do not fit the calibrations or the settings
     PairDepth compute(const ImagePair& pair, int threads = 1);
 
+    /// Rectifies a raw pair as it is, with its channels and bit depth.
+    /// @throws Failure when the images do not fit the calibrations
+    RawPair rectify(const RawPair& pair) const;
+
     const Rig& rig() const { return _rig; }
 
 private:

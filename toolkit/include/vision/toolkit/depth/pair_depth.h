@@ -26,10 +26,6 @@ struct PairDepth
     Notes notes;         ///< what happened on the way; see judge() for what the result says
 };
 
-/// Scales both images, averaging when they shrink.
-/// @throws Failure when the factor does not give whole pixels
-VISION_TOOLKIT_EXPORT ImagePair resize(const ImagePair& pair, double factor);
-
 /// Rectifies and matches a pair and computes its points, with the methods of `vision::Stereo` alone.
 /// @throws Failure telling what to change when the images do not fit the calibrations or the options
 VISION_TOOLKIT_EXPORT PairDepth computePairDepth(const vision::Stereo& stereo, const ImagePair& pair);

@@ -1,0 +1,105 @@
+#include "options/parameter_file.h"
+
+#include <vision/toolkit/failure.h>
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <fstream>
+
+namespace tool {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+using vision::toolkit::Failure;
+
+Json readObject(const std::string& file)
+{
+    errno = 0;
+    std::ifstream stream(file);
+    if (!stream) {
+        throw Failure("--params " + file + ": cannot open the file: " + std::strerror(errno) +
+                      "; check the name");
+    }
+    const Json json = Json::parse(stream, nullptr, false);
+    if (!json.is_object()) {
+        throw Failure("--params " + file +
+                      R"(: is no JSON object, such as {"algorithm": "bm", "window": 15})");
+    }
+    return json;
+}
+
+std::string toText(const Json& value)
+{
+    return value.is_string() ? value.get<std::string>() : value.dump();
+}
+
+void setOption(CLI::Option& option, const std::string& file, const Json& value)
+{
+    if (option.count() > 0) {
+        return; // the command line wins
+    }
+    const bool isFlag = option.get_expected_min() == 0;
+    if (isFlag != value.is_boolean() || value.is_structured() || value.is_null()) {
+        throw Failure("--params " + file + ": " + option.get_name() +
+                      (isFlag ? " must be true or false" : " must be a number or a text"));
+    }
+    if (isFlag && !value.get<bool>()) {
+        return;
+    }
+    try {
+        option.add_result(toText(value));
+        option.run_callback();
+    } catch (const CLI::ParseError& error) {
+        throw Failure("--params " + file + ": " + error.what());
+    }
+}
+
+/// Numbers stay numbers.
+Json toJson(const CLI::Option& option)
+{
+    if (option.get_expected_min() == 0) {
+        return true;
+    }
+    const std::string text = option.results().front();
+    const Json number = Json::parse(text, nullptr, false);
+    return number.is_number() ? number : Json(text);
+}
+
+} // namespace
+
+void applyParameterFile(CLI::App& app, const std::vector<std::string>& parameters, const std::string& file)
+{
+    const Json json = readObject(file);
+    for (const auto& [name, value] : json.items()) {
+        if (std::find(parameters.begin(), parameters.end(), name) == parameters.end()) {
+            throw Failure("--params " + file + ": \"" + name +
+                          "\" is no parameter; those of matching are, see --help");
+        }
+        setOption(*app.get_option("--" + name), file, value);
+    }
+}
+
+void saveParameterFile(const CLI::App& app, const std::vector<std::string>& parameters,
+                       const std::string& file)
+{
+    Json json = Json::object();
+    for (const std::string& name : parameters) {
+        const CLI::Option* option = app.get_option("--" + name);
+        if (option->count() > 0) {
+            json[name] = toJson(*option);
+        }
+    }
+    errno = 0;
+    std::ofstream stream(file);
+    stream << json.dump(2) << '\n';
+    stream.close();
+    if (!stream) {
+        throw Failure("--save-params " + file + ": cannot write the file: " + std::strerror(errno));
+    }
+}
+
+} // namespace tool

@@ -1,0 +1,24 @@
+/// @file
+/// What the row offsets of a pair say about its images and its calibration.
+#ifndef VISION_TOOLKIT_TRUST_ROW_VERDICT_H
+#define VISION_TOOLKIT_TRUST_ROW_VERDICT_H
+
+#include <vision/toolkit/export.h>
+#include <vision/toolkit/note.h>
+#include <vision/toolkit/trust/row_offsets.h>
+
+namespace vision::toolkit {
+
+/// Whether so little of the images is found in both that they hardly show the same scene at the same moment.
+VISION_TOOLKIT_EXPORT bool isForeign(const RowOffsets& rows);
+
+/// What is wrong with the rows of a pair, each with the way out:
+/// - "images-swapped": the features lie behind the cameras, or are found once left and right are exchanged
+/// - "images-do-not-correspond": hardly any feature is found in both images
+/// - "rows-differ": the rows are off by more than half a pixel, or by different amounts
+/// @param exchanged the same measured with left and right exchanged, if the first one is foreign; otherwise anything
+VISION_TOOLKIT_EXPORT Notes judgeRows(const RowOffsets& rows, const RowOffsets& exchanged);
+
+} // namespace vision::toolkit
+
+#endif

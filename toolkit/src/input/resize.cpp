@@ -1,0 +1,32 @@
+#include <vision/toolkit/input/resize.h>
+
+#include <vision/toolkit/failure.h>
+#include <vision/toolkit/text.h>
+
+#include <opencv2/imgproc.hpp>
+
+#include <cmath>
+
+namespace vision::toolkit {
+
+RawPair resize(const RawPair& pair, double factor)
+{
+    if (factor == 1) {
+        return pair;
+    }
+    const cv::Size size = pair.left.size();
+    const cv::Point2d exact(size.width * factor, size.height * factor);
+    const cv::Size scaled(cvRound(exact.x), cvRound(exact.y));
+    constexpr double roundingError = 1e-6;
+    if (scaled.empty() || std::abs(exact.x - scaled.width) > roundingError ||
+        std::abs(exact.y - scaled.height) > roundingError) {
+        throw Failure("--resize " + formatFixed(factor, 3) + " of " + formatSize(size) +
+                      " gives no whole number of pixels: choose another factor");
+    }
+    RawPair result;
+    cv::resize(pair.left, result.left, scaled, 0, 0, cv::INTER_AREA);
+    cv::resize(pair.right, result.right, scaled, 0, 0, cv::INTER_AREA);
+    return result;
+}
+
+} // namespace vision::toolkit

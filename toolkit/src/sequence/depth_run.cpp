@@ -1,0 +1,231 @@
+#include <vision/toolkit/sequence/depth_run.h>
+
+#include "sequence/pool.h"
+
+#include <vision/toolkit/depth/depth_pipeline.h>
+#include <vision/toolkit/depth/verdict.h>
+#include <vision/toolkit/failure.h>
+#include <vision/toolkit/input/resize.h>
+#include <vision/toolkit/output/pair_output.h>
+#include <vision/toolkit/trust/range_verdict.h>
+#include <vision/toolkit/trust/row_verdict.h>
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+namespace vision::toolkit {
+
+namespace {
+
+void requireDistinctNames(const PairSequence& pairs)
+{
+    std::map<std::string, std::size_t> places;
+    for (std::size_t pair = 0; pair < pairs.size(); ++pair) {
+        const auto [first, isNew] = places.emplace(pairs.name(pair), pair);
+        if (!isNew) {
+            throw Failure(
+                pairs.images(first->second).left + " and " + pairs.images(pair).left + " would both write " +
+                first->first +
+                "-disparity.png and so on: process them one by one with different --output folders");
+        }
+    }
+}
+
+/// Finds what occurs in the whole sequence. Pairs that cannot be read say so when their turn comes.
+std::optional<DisparitySpan> findSpan(PairSequence& pairs, const DepthRun& run,
+                                      Pool<DepthPipeline>& pipelines)
+{
+    std::vector<DisparitySpan> spans;
+    runInOrder(sampleEvenly(pairs.size()), run.jobs, [&](std::size_t pair) -> Work {
+        return [&, read = pairs.take(pair)]() -> Deliver {
+            std::optional<DisparitySpan> span;
+            try {
+                const ImagePair images = toEightBits(resize(read(), run.resize));
+                span = pipelines.with([&](DepthPipeline& pipeline) { return pipeline.findSpan(images); });
+            } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
+            }
+            return [&spans, span] {
+                if (span) {
+                    spans.push_back(*span);
+                }
+            };
+        };
+    });
+    return join(spans);
+}
+
+/// One scale for the pictures of all pairs, so that they can be compared; a single pair scales its own.
+PictureScale makeScale(const DepthRun& run, const cv::Size& size, const std::optional<DisparitySpan>& span,
+                       bool isSequence)
+{
+    PictureScale scale;
+    const auto depthScale = findDepthScale(run.rig, size.width);
+    if (depthScale) {
+        scale.depthAt = [depthScale = *depthScale](double disparity) {
+            return depthScale.depthAt(disparity);
+        };
+    }
+    const auto inPixelsOf = [&size](double disparity, int width) { return disparity * size.width / width; };
+    if (run.colours) {
+        const int width = run.rig.size.width;
+        scale.disparity = {inPixelsOf(run.colours->low, width), inPixelsOf(run.colours->high, width)};
+    } else if (isSequence && span && span->highest > span->lowest) {
+        scale.disparity = {inPixelsOf(span->lowest, span->width), inPixelsOf(span->highest, span->width)};
+    }
+    if (scale.disparity && depthScale) {
+        const double nearest = depthScale->depthAt(scale.disparity->high);
+        const double farthest = depthScale->depthAt(scale.disparity->low);
+        if (0 < nearest && nearest < farthest) { // otherwise the span reaches infinity
+            scale.depth = {nearest, farthest};
+        }
+    }
+    return scale;
+}
+
+/// Adds notes of a kind that is not told yet.
+void append(Notes& notes, const Notes& more)
+{
+    for (const Note& note : more) {
+        const auto isSame = [&note](const Note& told) { return told.code == note.code; };
+        if (std::none_of(notes.begin(), notes.end(), isSame)) {
+            notes.push_back(note);
+        }
+    }
+}
+
+/// Exchanged images are noticed by what they share once they are exchanged back.
+Notes checkRows(const DepthPipeline& pipeline, const RawPair& raw, const RowOffsets& rows, double atInfinity)
+{
+    RowOffsets exchanged{};
+    if (isForeign(rows)) {
+        const ImagePair back = toEightBits(pipeline.rectify({raw.right, raw.left}));
+        exchanged = summariseRows(matchFeatures(back.left.grey, back.right.grey), atInfinity);
+    }
+    return judgeRows(rows, exchanged);
+}
+
+/// What single points and the matches say about a pair.
+void addVerdict(const DepthPipeline& pipeline, const RawPair& raw, const PairDepth& depth, PairReport& report)
+{
+    const auto scale = findDepthScale(pipeline.rig(), depth.leftGrey.cols);
+    const double atInfinity = scale ? scale->atInfinity : 0;
+    const FeatureMatches features = matchFeatures(depth.leftGrey, depth.rightGrey);
+    report.rows = summariseRows(features, atInfinity);
+    const Notes onRows = checkRows(pipeline, raw, report.rows, atInfinity);
+    append(report.notes, onRows);
+    if (onRows.empty()) { // otherwise the range is the least of the troubles
+        append(report.notes, judgeRange(features, depth.range));
+        append(report.notes, judge(depth, report.summary));
+    }
+}
+
+PairResults gatherResults(const PairReport& report, const PairDepth& depth, const DepthPipeline& pipeline,
+                          const RawPair& raw, const OutputSet& products)
+{
+    PairResults results;
+    results.name = report.name;
+    results.left = depth.left;
+    results.right = depth.right;
+    if (products.has(Product::Rectified)) {
+        const RawPair rectified = pipeline.rectify(raw);
+        results.rectifiedLeft = rectified.left;
+        results.rectifiedRight = rectified.right;
+    }
+    results.disparity = depth.disparity;
+    results.unsearched = depth.unsearched;
+    results.levels = depth.levels;
+    results.points = depth.points;
+    return results;
+}
+
+class PairProcessor
+{
+public:
+    PairProcessor(const DepthRun& run, const OutputFolder& folder, Pool<DepthPipeline>& pipelines,
+                  std::optional<DisparitySpan> span, bool isSequence)
+        : _run(run), _folder(folder), _pipelines(pipelines), _span(span), _isSequence(isSequence)
+    {
+    }
+
+    /// Fills in what the pair gave, or its error.
+    void process(const PairSequence::Read& read, PairReport& report) const
+    {
+        try {
+            if (!_run.skipExisting) {
+                _run.products.requireFree(report.name, _folder);
+            }
+            const RawPair raw = resize(read(), _run.resize);
+            _pipelines.with([&](DepthPipeline& pipeline) { compute(pipeline, raw, report); });
+        } catch (const std::exception& error) {
+            report.error = describe(error);
+        }
+    }
+
+private:
+    void compute(DepthPipeline& pipeline, const RawPair& raw, PairReport& report) const
+    {
+        const ImagePair images = toEightBits(raw);
+        pipeline.setSpan(_span);
+        PairDepth depth;
+        try {
+            depth = pipeline.compute(images);
+        } catch (const std::exception& error) {
+            throw Failure(report.images.left + ": " + describe(error));
+        }
+        report.size = depth.disparity.size();
+        report.range = depth.range;
+        report.hasDepth = !depth.points.empty();
+        report.summary = summarise(depth);
+        report.notes = depth.notes;
+        addVerdict(pipeline, raw, depth, report);
+        const PictureScale scale = makeScale(_run, report.size, _span, _isSequence);
+        const PairOutput output = writePairOutput(
+            gatherResults(report, depth, pipeline, raw, _run.products), scale, _run.products, _folder);
+        report.files = output.files;
+        append(report.notes, output.notes);
+    }
+
+    const DepthRun& _run;
+    const OutputFolder& _folder;
+    Pool<DepthPipeline>& _pipelines;
+    const std::optional<DisparitySpan> _span;
+    const bool _isSequence;
+};
+
+bool areThere(const std::vector<std::string>& files, const OutputFolder& folder)
+{
+    return std::all_of(files.begin(), files.end(), [&folder](const std::string& file) {
+        std::error_code ignored;
+        return std::filesystem::exists(folder.path() / file, ignored);
+    });
+}
+
+} // namespace
+
+void runDepth(PairSequence& pairs, const DepthRun& run, const OutputFolder& folder,
+              const std::function<void(const PairReport&)>& tell)
+{
+    requireDistinctNames(pairs);
+    Pool<DepthPipeline> pipelines([&run] { return std::make_unique<DepthPipeline>(run.rig, run.settings); });
+    std::optional<DisparitySpan> span;
+    if (pipelines.with([](const DepthPipeline& pipeline) { return pipeline.needsSpan(); })) {
+        span = findSpan(pairs, run, pipelines);
+    }
+    const PairProcessor processor(run, folder, pipelines, span, pairs.size() > 1);
+    runInOrder(selectShard(pairs.size(), run.shard), run.jobs, [&](std::size_t pair) -> Work {
+        PairReport report;
+        report.name = pairs.name(pair);
+        report.images = pairs.images(pair);
+        report.isSkipped = run.skipExisting && areThere(run.products.listFiles(report.name), folder);
+        if (report.isSkipped) {
+            return [&tell, report]() -> Deliver { return [&tell, report] { tell(report); }; };
+        }
+        return [&, report, read = pairs.take(pair)]() mutable -> Deliver {
+            processor.process(read, report);
+            return [&tell, report] { tell(report); };
+        };
+    });
+}
+
+} // namespace vision::toolkit

@@ -1,0 +1,67 @@
+#include <vision/toolkit/sequence/pair_report.h>
+
+#include <nlohmann/json.hpp>
+
+#include <cmath>
+
+namespace vision::toolkit {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+/// JSON has no NaN.
+Json numberOrNull(double value, bool isKnown = true)
+{
+    return isKnown && std::isfinite(value) ? Json(value) : Json(nullptr);
+}
+
+Json listNotes(const Notes& notes)
+{
+    Json list = Json::array();
+    for (const auto& [code, text] : notes) {
+        list.push_back({{"code", code}, {"text", text}});
+    }
+    return list;
+}
+
+Json describeResult(const PairReport& report)
+{
+    const DepthSummary& summary = report.summary;
+    const bool hasPoints = report.hasDepth && summary.points > 0;
+    Json json;
+    json["name"] = report.name;
+    json["matched"] = summary.matchedPercent / 100;
+    json["nearest"] = numberOrNull(summary.nearest, hasPoints);
+    json["median"] = numberOrNull(summary.median, hasPoints);
+    json["farthest"] = numberOrNull(summary.farthest, hasPoints);
+    json["beyond"] = numberOrNull(summary.beyondPercent / 100, report.hasDepth);
+    json["minDisparity"] = report.range.minDisparity;
+    json["disparities"] = report.range.disparities;
+    json["rowOffsetMedian"] = numberOrNull(report.rows.median);
+    json["rowOffsetSpread"] = numberOrNull(report.rows.spread);
+    json["notes"] = listNotes(report.notes);
+    json["files"] = Json::array();
+    for (const auto& file : report.files) {
+        json["files"].push_back(file.string());
+    }
+    return json;
+}
+
+} // namespace
+
+std::string toJson(const PairReport& report)
+{
+    Json json{{"name", report.name}};
+    if (!report.error.empty()) {
+        json["error"] = report.error;
+    } else if (report.isSkipped) {
+        json["skipped"] = true;
+    } else {
+        json = describeResult(report);
+    }
+    // A file name need not be UTF-8.
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+} // namespace vision::toolkit
