@@ -51,7 +51,7 @@ bool isAnyOf(char symbol, const char* symbols)
 /// The parsers drop what follows a carriage return in the middle of a line.
 bool cutsLine(const std::string& text, std::size_t position)
 {
-    return text[position] == '\r' && text[position + 1] != '\n';
+    return text[position] == '\r' && text[position + 1] != '\n' && position + 1 < text.size();
 }
 
 /// Bounds the levels, into each of which the parsers recurse, from above: what opens one counts, what closes

@@ -108,9 +108,10 @@ TEST_F(MalformedFile, CrashesAndStallsNothing)
         {"carriage return", {"carriage-return.xml"}},
         {"basic_string", {"blank-key.yml"}},
         {"nested too deeply", {"deep.json.gz"}},
-        {"32 dimensions", {"sizes-33.yml"}},
+        {"Refused matrix: \"cameraMatrix\": it has more than 32 dimensions; write rows and cols.",
+         {"sizes-33.yml"}},
         {"dt is no element type", {"dt-200-symbols.yml", "dt-count-uninitialised.yml"}},
-        {"larger than its file", {"sizes-overflow.yml", "rows-overflow.yml"}},
+        {"larger than its file", {"sizes-overflow.yml", "rows-and-cols.yml"}},
         {"0 []", {"header-only.yml"}},
         {"2147483647 []", {"text-as-width.yml"}},
     };
@@ -132,6 +133,7 @@ TEST_F(MalformedFile, IsNoneThatIsMerelyOddOrLong)
     write("large.yml", yaml + "[0" + repeat(",0", room / 2 - 4) + "]\n");
     write("maps.yml", yaml + '\n' + repeat(" - { a: \"b\", c: [\n    1 ] }\n", 2000));
     write("lists.yml", yaml + '[' + repeat("[-1.,\r\n  +2],\r\n  ", 2000) + "1]\n");
+    write("negatives.yml", yaml + '[' + repeat("-0,-1,-2,-3,-4,-5,-6,-7,-8,-9,-.5,", 1100) + "1]\n");
     write("maps.json", json + repeat(R"({"a":"/b","c":{"d":[1]}},)", 2000) + "1]}");
     write("lists.json", json + '[' + repeat("[-1.,\r\n +2],", 2000) + "]]}");
     write("many.xml", xml + repeat("<_ a=\"b\"><c>\"d\"</c>\r\n</_>", 2000) + "</x></opencv_storage>");
@@ -140,8 +142,8 @@ TEST_F(MalformedFile, IsNoneThatIsMerelyOddOrLong)
         expectReport(entry.path(), fields);
         ++count;
     }
-    EXPECT_EQ(count, 3 * 4 + 6);
-    expectReport(path + "odd.yml.gz9?base64", fields); // the name ends before the digit
+    EXPECT_EQ(count, 3 * 4 + 7);
+    expectReport(path + "odd.yml.gz9?base64", fields);
 }
 
 TEST_F(MalformedFile, IsOneNestedTooDeeply)
@@ -172,6 +174,7 @@ TEST_F(MalformedFile, IsOneNestedTooDeeply)
         expectOf("comments.yml", yaml, "[ # ]\n  ", "]");
         expectOf("types.yml", yaml, "[ !] ", "]");
         expectOf("returns.yml", yaml, "[ \r]\n  ", "]");
+        expectOf("steps.yml", yaml, "\n      [\n   [", "]]", 2);
         expectOf("maps.yml", yaml, "[{ a]}:\n  ", "}]", 2);
         expectOf("blocks-and-brackets.yml", yaml + repeat("a:", levels / 2), "[", "]", 2);
         expectOf("escapes.json", json, R"({"b":"\"}","a":)", "}");
@@ -184,6 +187,8 @@ TEST_F(MalformedFile, IsOneNestedTooDeeply)
     };
     expectNested(900, fields);
     expectNested(1020, "nested too deeply");
+    expectReport(write("most.yml", yaml + repeat("[", 999) + '1' + repeat("]", 999) + '\n'), fields);
+    expectReport(write("most.yml", yaml + repeat("[", 1000) + '1' + repeat("]", 1000) + '\n'), "deeply");
 }
 
 TEST_F(MalformedFile, IsOneThatIsNoFileOfLimitedSize)
@@ -195,7 +200,7 @@ TEST_F(MalformedFile, IsOneThatIsNoFileOfLimitedSize)
     expectReport("/dev/zero", "no regular file");
     expectReport(path, "cv::Exception: Refused file: \"" + path + "\": it is a folder;");
     expectReport(path + "none.yml", "Failed to open file: \"" + path + "none.yml\".");
-    expectReport(path + "bomb.yml.gz", "1 MiB");
+    expectReport(path + "bomb.yml.gz9?base64", "1 MiB"); // the name ends before the digit
     expectReport(path + "damaged.gz", "damaged");
     expectReport(write("large.json", '{' + repeat(" ", 1 << 20)), "1 MiB");
     expectReport(write("large.dat", repeat(" ", 1 << 21)), "OpenCV");
