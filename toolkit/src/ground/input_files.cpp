@@ -70,7 +70,7 @@ cv::Mat readMask(const std::string& file)
     if (image.channels() != 1) {
         throw Failure(file + ": is in colour; a mask is a grey image, black where pixels do not count");
     }
-    const cv::Mat mask = image != 0;
+    cv::Mat mask = image != 0;
     if (cv::countNonZero(mask) == 0) {
         throw Failure(file + ": is black everywhere, so that no pixel counts; choose another mask");
     }

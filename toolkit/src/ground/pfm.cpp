@@ -82,8 +82,8 @@ cv::Mat readPfm(const std::string& file)
         stream.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
         const auto* from = reinterpret_cast<const unsigned char*>(bytes.data());
         auto* to = image.ptr<float>(row);
-        for (int column = 0; column < image.cols; ++column) {
-            to[column] = decode(from + 4 * column, header.scale < 0);
+        for (int column = 0; column < image.cols; ++column, from += 4) {
+            to[column] = decode(from, header.scale < 0);
         }
     }
     if (!stream) {

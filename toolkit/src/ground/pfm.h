@@ -12,8 +12,8 @@ bool isPfm(const std::string& file);
 
 /// Reads a grey portable float map.
 ///
-/// OpenCV's own reader divides by the scale in the header, where programs for disparities write anything, and does
-/// not tell what is wrong with a file.
+/// OpenCV's own reader divides by the scale in the header, where programs for disparities write anything, and
+/// does not tell what is wrong with a file.
 /// @return `CV_32FC1`
 /// @throws Failure naming the file when it is damaged or has colours
 cv::Mat readPfm(const std::string& file);

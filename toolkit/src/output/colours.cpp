@@ -50,7 +50,7 @@ cv::Mat paint(const cv::Mat& values, const cv::Mat& unsearched, const ColourEnds
             } else if (share < 0) {
                 to[column] = fartherColour;
             } else {
-                to[column] = share > 1 ? nearerColour : map[static_cast<std::size_t>(share * 255 + 0.5F)];
+                to[column] = share > 1 ? nearerColour : map[static_cast<std::size_t>(cvRound(share * 255))];
             }
         }
     }

@@ -37,6 +37,18 @@ const std::vector<Description>& describeAll()
     return all;
 }
 
+Product findProduct(const std::string& option, const std::string& name)
+{
+    const auto& all = describeAll();
+    const auto found = std::find_if(
+        all.begin(), all.end(), [&name](const Description& known) { return known.name == name; });
+    if (found == all.end()) {
+        throw Failure(option + ": there is no \"" + name + "\"; give one or more of " +
+                      OutputSet::listNames());
+    }
+    return found->product;
+}
+
 } // namespace
 
 OutputSet OutputSet::makeDefault(bool hasDepth)
@@ -53,14 +65,7 @@ OutputSet OutputSet::parse(const std::string& option, const std::string& list)
     std::set<Product> products;
     std::istringstream names(list + ",");
     for (std::string name; std::getline(names, name, ',');) {
-        const auto& all = describeAll();
-        const auto found = std::find_if(
-            all.begin(), all.end(), [&name](const Description& known) { return known.name == name; });
-        if (found == all.end()) {
-            throw Failure(option + " \"" + list + "\": there is no \"" + name + "\"; give one or more of " +
-                          listNames());
-        }
-        products.insert(found->product);
+        products.insert(findProduct(option, name));
     }
     return OutputSet(products);
 }

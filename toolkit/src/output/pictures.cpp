@@ -114,7 +114,7 @@ cv::Mat drawDisparity(const cv::Mat& disparity, const cv::Mat& unsearched, const
 cv::Mat drawDepth(const cv::Mat& depth, const cv::Mat& unsearched, const PictureScale& scale)
 {
     cv::Mat values = depth.clone();
-    values.setTo(std::numeric_limits<float>::infinity(), depth == 0);
+    values.setTo(std::numeric_limits<double>::infinity(), depth == 0);
     const auto range = scale.depth ? scale.depth : findColourRange(values);
     Legend legend = makeLegend(range, "no depth");
     legend.title = range ? "depth" : "no depth found";

@@ -42,8 +42,8 @@ struct Evaluation
 VISION_TOOLKIT_EXPORT Evaluation evaluate(const cv::Mat& disparity, const cv::Mat& truth,
                                           const cv::Mat& mask = {});
 
-/// Draws the error of every pixel in steps of badLimits, from blue to red, with the share of each among the pixels
-/// with truth: black without a value, dark grey without truth or outside the mask.
+/// Draws the error of every pixel in steps of badLimits, from blue to red, with the share of each among the
+/// pixels with truth: black without a value, dark grey without truth or outside the mask.
 /// @param disparity,truth,mask as for evaluate()
 /// @return `CV_8UC3`, with a legend on its right
 /// @throws as evaluate()

@@ -21,8 +21,8 @@ struct DisparityFile
 
 /// Reads a disparity image.
 ///
-/// - Portable float map (PFM) or TIFF with floats: px; not finite, 0 or negative for no value. The scale in the
-///   header of a PFM tells the byte order by its sign; its magnitude is not applied.
+/// - Portable float map (PFM) or TIFF with floats: px; not finite, 0 or negative for no value. The scale in
+///   the header of a PFM tells the byte order by its sign; its magnitude is not applied.
 /// - 16 bits: 256 a px; 0 for no value.
 /// - 8 bits: grey levels; 0 for no value.
 /// @param pxPerLevel disparity of one grey level in px, positive; only for files of 8 bits

@@ -1,6 +1,6 @@
 /// @file
-/// A disparity image as the bytes of a file. All take disparities in px of the image itself, `CV_32FC1`; a pixel
-/// has no value where the number is not finite, and formats with floats keep that number. All throw
+/// A disparity image as the bytes of a file. All take disparities in px of the image itself, `CV_32FC1`; a
+/// pixel has no value where the number is not finite, and formats with floats keep that number. All throw
 /// `cv::Exception` for another type or an empty image.
 #ifndef VISION_TOOLKIT_OUTPUT_DISPARITY_FORMATS_H
 #define VISION_TOOLKIT_OUTPUT_DISPARITY_FORMATS_H

@@ -1,6 +1,7 @@
 /// @file
-/// Results for people to look at. Colours go from blue (far) to red (near) in the even steps of the map "Turbo".
-/// A legend of the size that the picture asks for stands on its right, and makes a very low picture higher.
+/// Results for people to look at. Colours go from blue (far) to red (near) in the even steps of the map
+/// "Turbo". A legend of the size that the picture asks for stands on its right, and makes a very low picture
+/// higher.
 /// Pixels without a colour of their own are
 /// - black: without a value, since nothing was matched or the point is not trusted;
 /// - dark grey: never searched, since the other image cannot show them;
