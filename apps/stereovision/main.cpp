@@ -45,7 +45,9 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
     const std::vector<tool::Command> commands{tool::addCalibrate(program),
                                               tool::addDepth(program),
                                               tool::addEvaluate(program),
-                                              tool::addRectify(program)};
+                                              tool::addInfo(program),
+                                              tool::addRectify(program),
+                                              tool::addScale(program)};
     for (const tool::Command& command : commands) {
         command.options->add_flag("--verbose", isVerbose, "Tell on stderr what the library does");
     }

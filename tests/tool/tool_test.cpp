@@ -50,4 +50,29 @@ TEST_F(Tool, ExplainsItself)
     }
 }
 
+TEST_F(Tool, ReadsAndScalesCalibrations)
+{
+    run("tool info left.yml right.yml",
+        0,
+        "",
+        AllOf(HasSubstr("left.yml:\n  image size: 320 x 240 px\n  focal length: 300.00, 300.00 px\n"),
+              HasSubstr("  distortion: none\n"),
+              HasSubstr("  baseline: 0.10000 m\n"),
+              HasSubstr("  depth at disparity 32 px: 0.938 m\n"), // 300 px 0.1 m / 32 px
+              HasSubstr("  depth error at 2 m for a quarter pixel: 33.3 mm\n")));
+    run("sed '/projectionMatrix/,$d' right.yml >partial.yml; tool info partial.yml left.yml",
+        1,
+        AllOf(HasSubstr("partial.yml: projectionMatrix must be"), HasSubstr("'stereovision calibrate'")),
+        HasSubstr("left.yml:\n"));
+    run("tool info right.yml left.yml", 1, HasSubstr("are swapped"));
+    run("tool info none.yml", 2, HasSubstr("none.yml: cannot open"));
+
+    run("tool scale left.yml right.yml --size 160x120 --output half; tool info half/left.yml half/right.yml",
+        0,
+        "",
+        AllOf(HasSubstr("focal length: 150.00, 150.00 px"), HasSubstr("baseline: 0.10000 m")));
+    run("tool scale left.yml --size 160x121 --output odd; ls odd", 2, HasSubstr("aspect ratio"));
+    run("tool scale left.yml --size 160 --output odd", 2, HasSubstr("--size"));
+}
+
 } // namespace

@@ -22,7 +22,9 @@ struct Command
 Command addCalibrate(CLI::App& program);
 Command addDepth(CLI::App& program);
 Command addEvaluate(CLI::App& program);
+Command addInfo(CLI::App& program);
 Command addRectify(CLI::App& program);
+Command addScale(CLI::App& program);
 
 } // namespace tool
 

@@ -16,6 +16,10 @@ struct CalibrationPair
     Calibration right;
 };
 
+/// Loads a calibration whatever it holds; findFaults() tells what of it cannot be used.
+/// @throws Failure naming the file when it is missing or no calibration file
+VISION_TOOLKIT_EXPORT Calibration loadCalibration(const std::string& file);
+
 /// Loads the calibrations of both cameras and checks that they can be used together.
 /// @throws Failure naming the file when one is missing, broken, incomplete or does not fit the other
 VISION_TOOLKIT_EXPORT CalibrationPair loadCalibrations(const std::string& leftFile,

@@ -1,0 +1,104 @@
+#include "support/calibrations.h"
+
+#include <vision/toolkit/calibration/facts.h>
+#include <vision/toolkit/calibration/faults.h>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+using namespace vision::toolkit;
+
+namespace {
+
+/// A pair as calibrating gives it: one focal length, one principal point row.
+support::CalibrationPair makePair()
+{
+    support::CalibrationPair pair = support::makeCalibrations();
+    pair.left.projectionMatrix.at<float>(1, 1) = pair.right.projectionMatrix.at<float>(1, 1) = 500;
+    return pair;
+}
+
+std::string codesOf(const Notes& notes)
+{
+    std::string codes;
+    for (const Note& note : notes) {
+        codes += note.code + ' ';
+    }
+    return codes;
+}
+
+TEST(CalibrationFaults, AreNamedOneByOne)
+{
+    using Damage = std::function<void(vision::Calibration&)>;
+    const std::pair<Damage, const char*> rows[] = {
+        {[](auto&) {}, ""},
+        {[](auto& c) { c.rectificationMatrix.release(), c.distortion.release(); }, ""},
+        {[](auto& c) { c.distortion = cv::Mat::zeros(14, 1, CV_64F); }, ""},
+        {[](auto& c) { c.width = 0; }, "size "},
+        {[](auto& c) { c.height = 1 << 17; }, "size "},
+        {[](auto& c) { c.cameraMatrix.release(); }, "camera-matrix "},
+        {[](auto& c) { c.cameraMatrix.template at<float>(2, 2) = 2; }, "camera-matrix "},
+        {[](auto& c) { c.cameraMatrix.template at<float>(0, 2) = NAN; }, "camera-matrix "},
+        {[](auto& c) { c.projectionMatrix = cv::Mat_<double>(c.projectionMatrix); }, "projection-matrix "},
+        {[](auto& c) { c.projectionMatrix = cv::Mat::eye(3, 3, CV_32F); }, "projection-matrix "},
+        {[](auto& c) { c.rectificationMatrix *= 1.01; }, "no-rotation "},
+        {[](auto& c) { c.rectificationMatrix *= -1; }, "no-rotation "},
+        {[](auto& c) { c.rectificationMatrix = cv::Mat::eye(2, 2, CV_32F); }, "no-rotation "},
+        {[](auto& c) { c.distortion = cv::Mat::zeros(1, 6, CV_32F); }, "distortion "},
+        {[](auto& c) { c.distortion = cv::Mat::zeros(2, 2, CV_32F); }, "distortion "},
+        {[](auto& c) { c.distortion.template at<float>(0, 0) = INFINITY; }, "distortion "},
+        {[](auto& c) { c.cameraMatrix.template at<float>(0, 0) = 0; }, "focal-length "},
+        {[](auto& c) { c.projectionMatrix.template at<float>(1, 1) = -5; }, "focal-length "},
+        {[](auto& c) { c = vision::Calibration(); }, "size camera-matrix projection-matrix "},
+    };
+    for (std::size_t row = 0; row < std::size(rows); ++row) {
+        vision::Calibration calibration = makePair().left;
+        rows[row].first(calibration);
+        EXPECT_EQ(codesOf(findFaults(calibration)), rows[row].second) << "row " << row;
+    }
+}
+
+TEST(CalibrationFaults, OfAPairAreNamed)
+{
+    using Damage = std::function<void(vision::Calibration&, vision::Calibration&)>;
+    const auto entry = [](vision::Calibration& c, int row, int column) -> float& {
+        return c.projectionMatrix.at<float>(row, column);
+    };
+    const std::pair<Damage, const char*> rows[] = {
+        {[](auto&, auto&) {}, ""},
+        {[](auto& l, auto& r) { std::swap(l, r); }, "swapped "},
+        {[](auto& l, auto& r) { r = l; }, "same-camera "},
+        {[&](auto&, auto& r) { entry(r, 0, 3) *= -1; }, "same-camera "},
+        {[&](auto& l, auto&) { entry(l, 0, 3) = 1; }, "left-translated "},
+        {[](auto& l, auto&) { l.width = 320; }, "sizes-differ "},
+        {[&](auto&, auto& r) { std::swap(entry(r, 0, 3), entry(r, 1, 3)); }, "vertical "},
+        {[&](auto&, auto& r) { entry(r, 0, 0) *= 1.002f; }, "focal-lengths-differ "},
+        {[&](auto&, auto& r) { entry(r, 1, 1) *= 0.998f; }, "focal-lengths-differ "},
+        {[&](auto&, auto& r) { entry(r, 1, 2) += 0.2f; }, "rows-differ "},
+        {[&](auto&, auto& r) { entry(r, 1, 2) += 0.05f, entry(r, 0, 0) *= 1.0005f; }, ""},
+    };
+    for (std::size_t row = 0; row < std::size(rows); ++row) {
+        auto [left, right] = makePair();
+        rows[row].first(left, right);
+        EXPECT_EQ(codesOf(findPairFaults(left, right)), rows[row].second) << "row " << row;
+    }
+}
+
+TEST(CalibrationFacts, FollowFromTheMatrices)
+{
+    constexpr double tolerance = 1e-4;
+    vision::Calibration camera = makePair().left;
+    camera.cameraMatrix =
+        (cv::Mat_<float>(3, 3) << 320, 0, 319.5, 0, 240, 239.5, 0, 0, 1); // 45 degrees to each edge
+    EXPECT_NEAR(cv::norm(describeCamera(camera).fieldOfView - cv::Point2d(90, 90)), 0, tolerance);
+    EXPECT_EQ(describeCamera(camera).distortion.size(), 5U);
+
+    const auto [left, right] = makePair(); // f = 500, B = 0.12, cx differ by 8
+    const PairFacts facts = describePair(left, right);
+    EXPECT_NEAR(facts.baseline, 0.12, tolerance);
+    EXPECT_NEAR(facts.depthOf(38), 2, tolerance); // 60 / (38 - 8)
+    EXPECT_NEAR(facts.depthError(2, 0.25), 2.0 * 2.0 / 60 * 0.25, tolerance);
+}
+
+} // namespace

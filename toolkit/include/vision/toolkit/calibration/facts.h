@@ -1,0 +1,51 @@
+/// @file
+/// What a calibration means for its user.
+#ifndef VISION_TOOLKIT_CALIBRATION_FACTS_H
+#define VISION_TOOLKIT_CALIBRATION_FACTS_H
+
+#include <vision/calibration.h>
+#include <vision/toolkit/export.h>
+
+#include <opencv2/core/types.hpp>
+
+#include <vector>
+
+namespace vision::toolkit {
+
+/// One camera. Its calibration must be without faults.
+struct CameraFacts
+{
+    cv::Size size;              ///< px
+    cv::Point2d focalLength;    ///< along x and y, px
+    cv::Point2d principalPoint; ///< px
+    cv::Point2d fieldOfView;    ///< horizontally and vertically, without distortion, degrees
+    std::vector<double> distortion;
+};
+
+VISION_TOOLKIT_EXPORT CameraFacts describeCamera(const Calibration& calibration);
+
+/// Both cameras together. Their calibrations must be without faults.
+struct PairFacts
+{
+    double focalLength;              ///< of the rectified images, px
+    double baseline;                 ///< in the unit of the calibration, m in files of ours
+    double principalPointDifference; ///< cx of the left minus cx of the right rectified image, px
+
+    /// Z = f B / (d - difference); infinite or negative where no point can be.
+    [[nodiscard]] double depthOf(double disparity) const
+    {
+        return focalLength * baseline / (disparity - principalPointDifference);
+    }
+
+    /// How much the depth changes with the disparity, dZ = Z^2 / (f B) dd.
+    [[nodiscard]] double depthError(double depth, double disparityError) const
+    {
+        return depth * depth / (focalLength * baseline) * disparityError;
+    }
+};
+
+VISION_TOOLKIT_EXPORT PairFacts describePair(const Calibration& left, const Calibration& right);
+
+} // namespace vision::toolkit
+
+#endif
