@@ -29,6 +29,7 @@ struct Format
     const char* hiding;
 };
 
+constexpr const char* digits = "0123456789";
 constexpr Format yaml{"%YAML", {"!!binary", "!^binary", "!<tag:yaml.org,2002:binary"}, "\"'#!{"};
 constexpr Format json{"{", {"\"$base64$"}, "\\/"};
 constexpr Format xml{"<?xml", {"\"binary\"", "'binary'"}, "'!"};
@@ -135,7 +136,8 @@ void inspectYaml(const std::string& text)
         // Every block begins farther to the right than the one around it, with a dash or a key.
         std::size_t blocks = column;
         for (std::size_t i = column; i < line.size(); ++i) {
-            blocks += line[i] == ':' || (line[i] == '-' && !isAnyOf(line[i + 1], ".0123456789"));
+            blocks +=
+                line[i] == ':' || (line[i] == '-' && line[i + 1] != '.' && !isAnyOf(line[i + 1], digits));
             levels.read(line, i, blocks);
         }
     }
@@ -186,7 +188,7 @@ std::string findName(const std::string& filename)
     std::string name = filename.substr(0, filename.find('\0'));
     name.erase(std::min(name.rfind('?'), name.size()));
     const std::size_t extension = std::max<std::size_t>(name.size(), 4) - 4;
-    if (name.compare(extension, 3, ".gz") == 0 && isAnyOf(name.back(), "0123456789")) {
+    if (name.compare(extension, 3, ".gz") == 0 && isAnyOf(name.back(), digits)) {
         name.pop_back();
     }
     return name;
@@ -259,7 +261,6 @@ void requireSafeMatrix(const std::string& key, const cv::FileNode& node)
     if (sizes[0] < 0) {
         // OpenCV copies the list into an array of 32.
         require(node["sizes"].size() <= 32, "it has more than 32 dimensions; write rows and cols");
-        sizes.clear();
         node["sizes"] >> sizes;
     }
     // OpenCV allocates before it counts the data, with products that wrap around, and prints empty rows too.

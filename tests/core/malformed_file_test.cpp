@@ -164,7 +164,7 @@ TEST_F(MalformedFile, IsOneNestedTooDeeply)
         };
         std::string blocks;
         for (int i = 0; i < levels; ++i) {
-            blocks += '\n' + std::string(i, ' ') + "a:";
+            blocks += '\n' + repeat(" ", i) + "a:";
         }
         expectReport(write("blocks.yml", yaml + "1" + blocks + " 1\n"), expected);
         expectOf("keys.yml", yaml, "a:", "");
@@ -179,6 +179,7 @@ TEST_F(MalformedFile, IsOneNestedTooDeeply)
         expectOf("blocks-and-brackets.yml", yaml + repeat("a:", levels / 2), "[", "]", 2);
         expectOf("escapes.json", json, R"({"b":"\"}","a":)", "}");
         expectOf("texts.json", json, R"({"]}":"a","a":)", "}");
+        expectOf("mixed.json", json, R"({"[":"]}","a":)", "}");
         expectOf("comments.json", json, "[ /* ] */ ", "]");
         expectOf("returns.json", json, "[ \r]\n ", "]");
         expectOf("quotes.xml", xml, "<a b='</a>'>", "</a>");
@@ -189,6 +190,7 @@ TEST_F(MalformedFile, IsOneNestedTooDeeply)
     expectNested(1020, "nested too deeply");
     expectReport(write("most.yml", yaml + repeat("[", 999) + '1' + repeat("]", 999) + '\n'), fields);
     expectReport(write("most.yml", yaml + repeat("[", 1000) + '1' + repeat("]", 1000) + '\n'), "deeply");
+    expectReport(write("marked.yml", "\xEF\xBB\xBF" + yaml + repeat("[", 1000)), "deeply");
 }
 
 TEST_F(MalformedFile, IsOneThatIsNoFileOfLimitedSize)
