@@ -1,5 +1,7 @@
 #include "support/log_records.h"
 
+#include <gmock/gmock.h>
+
 #include <cstdlib>
 
 using tarn::LogLevel;
@@ -51,6 +53,19 @@ TEST(LogService, TakesLevelsFromTheEnvironmentAndWorksWithStaticObjects)
         EXPECT_EXIT(printLevelsAndExit(), testing::ExitedWithCode(0), pattern);
     }
     unsetenv("TARN_LOG");
+}
+
+TEST(LogService, NumbersItsLevelsAndNamesThemOnStderr)
+{
+    testing::internal::CaptureStderr();
+    for (int level = 0; level <= 7; ++level) {
+        tarn::log::log(static_cast<LogLevel>(level), addCategory("named"), std::to_string(level), "", "f", 0);
+    }
+    EXPECT_THAT(
+        testing::internal::GetCapturedStderr(),
+        testing::MatchesRegex(
+            ".* none named f: 0\n.* fatal named f: 1\n.* error named f: 2\n.* warning named f: 3\n"
+            ".* info named f: 4\n.* verbose named f: 5\n.* debug named f: 6\n.* unknown named f: 7\n"));
 }
 
 TEST(LogService, GivesTheSameCategoryForTheSameNameAndSetsItsLevel)

@@ -1,28 +1,10 @@
 #include "tool/tool_fixture.h"
 
-#include <vision/toolkit/failure.h>
-#include <vision/toolkit/output/output_files.h>
-
 using namespace support;
 using testing::AllOf;
 using testing::HasSubstr;
 
 namespace {
-
-TEST_F(Tool, BringsBackWhatIsOverwrittenWhenALaterFileFails)
-{
-    run("mkdir out; echo precious >out/old", 0, "");
-    {
-        const vision::toolkit::OutputFolder folder(path("out"), true);
-        vision::toolkit::OutputFiles files(folder);
-        files.write("old", "replaced");
-        files.write("new", "made");
-        (void)files.stage("lost"); // never written
-        EXPECT_THROW(files.commit(), vision::toolkit::Failure);
-    }
-    EXPECT_EQ(listOutput(), "old\n");
-    run("cat out/old", 0, "", "precious\n");
-}
 
 TEST_F(Tool, LeavesNothingBehindWhenADiskIsFull)
 {

@@ -2,6 +2,7 @@
 
 #include <vision/toolkit/calibration/facts.h>
 #include <vision/toolkit/calibration/faults.h>
+#include <vision/toolkit/depth/rig.h>
 
 #include <gtest/gtest.h>
 
@@ -34,9 +35,10 @@ TEST(CalibrationFaults, AreNamedOneByOne)
     const std::pair<Damage, const char*> rows[] = {
         {[](auto&) {}, ""},
         {[](auto& c) { c.rectificationMatrix.release(), c.distortion.release(); }, ""},
-        {[](auto& c) { c.distortion = cv::Mat::zeros(14, 1, CV_64F); }, ""},
+        {[](auto& c) { c.rectificationMatrix = cv::Mat::eye(3, 3, CV_64F); }, ""},
+        {[](auto& c) { c.width = 1 << 16, c.height = 1; }, ""},
         {[](auto& c) { c.width = 0; }, "size "},
-        {[](auto& c) { c.height = 1 << 17; }, "size "},
+        {[](auto& c) { c.height = (1 << 16) + 1; }, "size "},
         {[](auto& c) { c.cameraMatrix.release(); }, "camera-matrix "},
         {[](auto& c) { c.cameraMatrix.template at<float>(2, 2) = 2; }, "camera-matrix "},
         {[](auto& c) { c.cameraMatrix.template at<float>(0, 2) = NAN; }, "camera-matrix "},
@@ -44,8 +46,11 @@ TEST(CalibrationFaults, AreNamedOneByOne)
         {[](auto& c) { c.projectionMatrix = cv::Mat::eye(3, 3, CV_32F); }, "projection-matrix "},
         {[](auto& c) { c.rectificationMatrix *= 1.01; }, "no-rotation "},
         {[](auto& c) { c.rectificationMatrix *= -1; }, "no-rotation "},
-        {[](auto& c) { c.rectificationMatrix = cv::Mat::eye(2, 2, CV_32F); }, "no-rotation "},
-        {[](auto& c) { c.distortion = cv::Mat::zeros(1, 6, CV_32F); }, "distortion "},
+        {[](auto& c) { c.rectificationMatrix = cv::Mat::eye(2, 3, CV_32F); }, "no-rotation "},
+        {[](auto& c) { c.rectificationMatrix = cv::Mat::eye(3, 2, CV_32F); }, "no-rotation "},
+        {[](auto& c) { c.rectificationMatrix = cv::Mat::eye(3, 3, CV_32S); }, "no-rotation "},
+        {[](auto& c) { c.distortion = cv::Mat::zeros(1, 5, CV_32S); }, "distortion "},
+        {[](auto& c) { c.distortion = cv::Mat::zeros(1, 5, CV_32FC2); }, "distortion "},
         {[](auto& c) { c.distortion = cv::Mat::zeros(2, 2, CV_32F); }, "distortion "},
         {[](auto& c) { c.distortion.template at<float>(0, 0) = INFINITY; }, "distortion "},
         {[](auto& c) { c.cameraMatrix.template at<float>(0, 0) = 0; }, "focal-length "},
@@ -56,6 +61,18 @@ TEST(CalibrationFaults, AreNamedOneByOne)
         vision::Calibration calibration = makePair().left;
         rows[row].first(calibration);
         EXPECT_EQ(codesOf(findFaults(calibration)), rows[row].second) << "row " << row;
+    }
+}
+
+TEST(CalibrationFaults, AreLengthsOfDistortionThatOpenCvDoesNotTake)
+{
+    for (int length = 1; length <= 15; ++length) {
+        const bool isTaken = length == 4 || length == 5 || length == 8 || length == 12 || length == 14;
+        for (const cv::Mat& distortion : {cv::Mat(length, 1, CV_32F, 0.0), cv::Mat(1, length, CV_64F, 0.0)}) {
+            vision::Calibration calibration = makePair().left;
+            calibration.distortion = distortion;
+            EXPECT_EQ(codesOf(findFaults(calibration)), isTaken ? "" : "distortion ") << length;
+        }
     }
 }
 
@@ -72,6 +89,7 @@ TEST(CalibrationFaults, OfAPairAreNamed)
         {[&](auto&, auto& r) { entry(r, 0, 3) *= -1; }, "same-camera "},
         {[&](auto& l, auto&) { entry(l, 0, 3) = 1; }, "left-translated "},
         {[](auto& l, auto&) { l.width = 320; }, "sizes-differ "},
+        {[](auto&, auto& r) { r.height = 320; }, "sizes-differ "},
         {[&](auto&, auto& r) { std::swap(entry(r, 0, 3), entry(r, 1, 3)); }, "vertical "},
         {[&](auto&, auto& r) { entry(r, 0, 0) *= 1.002f; }, "focal-lengths-differ "},
         {[&](auto&, auto& r) { entry(r, 1, 1) *= 0.998f; }, "focal-lengths-differ "},
@@ -99,6 +117,19 @@ TEST(CalibrationFacts, FollowFromTheMatrices)
     EXPECT_NEAR(facts.baseline, 0.12, tolerance);
     EXPECT_NEAR(facts.depthOf(38), 2, tolerance); // 60 / (38 - 8)
     EXPECT_NEAR(facts.depthError(2, 0.25), 2.0 * 2.0 / 60 * 0.25, tolerance);
+}
+
+TEST(DepthScale, IsThatOfThePoints)
+{
+    const support::CalibrationPair pair = support::makeCalibrations(); // whose cx differ by 8 px
+    const support::OpenStereo stereo(pair);
+    for (const int width : {640, 320}) {
+        const cv::Mat disparity(width * 3 / 4, width, CV_32FC1, cv::Scalar(30));
+        const auto z = static_cast<double>(stereo.computeDepth(disparity).at<cv::Vec3f>(9, 9)[2]);
+        const DepthScale scale = findDepthScale(makeRig({pair.left, pair.right}), width).value();
+        EXPECT_NEAR(scale.depthAt(30), z, 1e-6 * z); // of single precision
+        EXPECT_NEAR(scale.disparityAt(z), 30, 1e-5);
+    }
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/input/file_names.h>
+#include <vision/toolkit/input/image_file.h>
 #include <vision/toolkit/input/pair_sequence.h>
 
 #include <opencv2/imgcodecs.hpp>
@@ -148,6 +149,41 @@ TEST_F(Input, SaysWhatIsWrongWithPairs)
             }
         }
         EXPECT_THAT(complaintOf([&] { return read(input); }), HasSubstr(row.complaint));
+    }
+}
+
+TEST_F(Input, IsRefusedWhereverAnImageIsCutOff)
+{
+    cv::Mat noise(16, 8, CV_8UC1);
+    cv::RNG(1).fill(noise, cv::RNG::UNIFORM, 0, 256);
+    const auto encode = [&](const std::string& ending, const std::vector<int>& options = {}) {
+        std::vector<unsigned char> bytes;
+        cv::imencode(ending, noise, bytes, options);
+        return std::string(bytes.begin(), bytes.end());
+    };
+    const std::string plain = encode(".jpg"), start = plain.substr(0, 2), rest = plain.substr(2);
+    const std::size_t length = plain.size() + 2;
+    const std::string preview = "\xFF\xE1" + std::string{char(length >> 8), char(length)} + plain;
+    struct
+    {
+        std::string name, image;
+        std::size_t spare = 0; ///< bytes at the end
+    } const rows[] = {
+        {"plain.jpg", plain},
+        {"restarts.jpg", encode(".jpg", {cv::IMWRITE_JPEG_RST_INTERVAL, 1})},
+        {"progressive.jpg", encode(".jpg", {cv::IMWRITE_JPEG_PROGRESSIVE, 1})},
+        {"preview.jpg", start + preview + rest},
+        {"filled.jpg", start + "\xFF\xFF" + rest},
+        {"more.jpg", plain + "more", 4},
+        {"plain.png", encode(".png")},
+    };
+    for (const auto& [name, image, spare] : rows) {
+        for (std::size_t size = 4; size <= image.size(); ++size) {
+            std::ofstream(path(name), std::ios::binary) << image.substr(0, size);
+            const std::string complaint = complaintOf([&, file = name] { return readImage(path(file)); });
+            ASSERT_THAT(complaint, HasSubstr(size + spare < image.size() ? "damaged" : "no complaint"))
+                << name << ' ' << size << " of " << image.size();
+        }
     }
 }
 

@@ -12,13 +12,24 @@
 #include <gtest/gtest.h>
 #include <opencv2/imgcodecs.hpp>
 
+#include <cerrno>
 #include <cmath>
+#include <fcntl.h>
 #include <filesystem>
 #include <fstream>
 #include <thread>
+#include <unistd.h>
 
 using namespace vision::toolkit;
 using testing::HasSubstr;
+
+static bool hasLinks = true;
+
+/// Takes the place of the one in the C library, to play a file system without links.
+extern "C" int link(const char* file, const char* secondName) noexcept
+{
+    return hasLinks ? linkat(AT_FDCWD, file, AT_FDCWD, secondName, 0) : (errno = EPERM, -1);
+}
 
 namespace {
 
@@ -234,6 +245,28 @@ TEST_F(Output, SeveralThreadsWriteIntoOneFolder)
         const cv::Mat rectified = cv::imread(name + "-rectified-left.png", cv::IMREAD_UNCHANGED);
         EXPECT_EQ(rectified.at<cv::Vec3w>(47, 63)[2], 300 + pair);
     }
+}
+
+TEST_F(Output, BringsBackWhatIsOverwrittenWhenALaterFileFails)
+{
+    for (const bool linksExist : {true, false}) {
+        hasLinks = linksExist;
+        fs::create_directory(path("kept"));
+        save("precious", "kept/old");
+        {
+            const OutputFolder output(path("kept"), true);
+            OutputFiles files(output);
+            files.write("old", "replaced");
+            files.write("new", "made");
+            (void)files.stage("lost"); // never written
+            EXPECT_THAT([&] { files.commit(); },
+                        testing::ThrowsMessage<Failure>(HasSubstr("kept/lost: cannot write")));
+        }
+        EXPECT_EQ(std::distance(fs::directory_iterator(path("kept")), {}), 1);
+        std::string text;
+        EXPECT_TRUE(std::ifstream(path("kept/old")) >> text && text == "precious");
+    }
+    hasLinks = true;
 }
 
 TEST_F(Output, RefusesDepthsThatAreNotKnown)

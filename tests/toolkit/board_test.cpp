@@ -1,0 +1,54 @@
+#include <vision/toolkit/calibrating/board.h>
+
+#include <gtest/gtest.h>
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+
+using namespace vision::toolkit;
+
+namespace {
+
+/// A chessboard of 10 x 7 squares with that edge in px, turned a little, on white; and its inner corners.
+std::pair<cv::Mat, Corners> makeBoardImage(const cv::Size& size, int edge)
+{
+    cv::Mat board(9 * edge, 12 * edge, CV_8UC1, cv::Scalar(255));
+    for (int row = 0; row < 7; ++row) {
+        for (int column = row % 2; column < 10; column += 2) {
+            board(cv::Rect((column + 1) * edge, (row + 1) * edge, edge, edge)) = 0;
+        }
+    }
+    cv::Matx23d turn = cv::getRotationMatrix2D(cv::Point2d(6 * edge, 4.5 * edge), 5, 1);
+    turn(0, 2) += size.width / 2.0 - 6 * edge;
+    turn(1, 2) += size.height / 2.0 - 4.5 * edge;
+    cv::Mat image;
+    cv::warpAffine(board, image, turn, size, cv::INTER_LINEAR, cv::BORDER_CONSTANT, 255);
+    cv::GaussianBlur(image, image, {}, 1);
+    Corners corners;
+    for (int i = 0; i < 9 * 6; ++i) { // between two pixels, whose centres are whole numbers
+        const cv::Vec2d corner = turn * cv::Vec3d((i % 9 + 2) * edge - 0.5, (i / 9 + 2) * edge - 0.5, 1);
+        corners.emplace_back(cv::Vec2f(corner));
+    }
+    return {image, corners};
+}
+
+TEST(Board, IsFoundInImagesOfAnySize)
+{
+    const std::pair<cv::Size, int> rows[] = {
+        {{640, 480}, 40},
+        {{3200, 2400}, 240}, // searched in a smaller copy
+        {{3200, 2400}, 12},  // which this one is too small for
+    };
+    for (const auto& [size, edge] : rows) {
+        const auto [image, expected] = makeBoardImage(size, edge);
+        Corners found = findBoard(image, {9, 6});
+        ASSERT_EQ(found.size(), expected.size()) << size << ", squares of " << edge << " px";
+        if (cv::norm(found.front() - expected.front()) > edge) {
+            std::reverse(found.begin(), found.end());
+        }
+        EXPECT_LT(cv::norm(found, expected, cv::NORM_INF), 0.1) << size << ", squares of " << edge << " px";
+    }
+    EXPECT_TRUE(findBoard(makeBoardImage({640, 480}, 40).first, {8, 6}).empty());
+}
+
+} // namespace
