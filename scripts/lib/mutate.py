@@ -1,0 +1,221 @@
+"""What scripts/mutate does, once the packages are there."""
+
+import argparse
+import collections
+import hashlib
+import os
+import pathlib
+import random
+import re
+import resource
+import shutil
+import signal
+import subprocess
+import sys
+import time
+from typing import NamedTuple
+
+from random_faults import random_faults
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+COPY = ROOT / "build/mutate"
+FOLDERS = {"core": ["src", "include"], "log": ["tarn"], "toolkit": ["toolkit"], "tool": ["apps"]}
+TESTS = {"core": ["core"], "log": ["core"], "toolkit": ["toolkit", "tool"], "tool": ["tool"]}  # rooms below tests/
+
+
+class Fault(NamedTuple):
+    file: str
+    begin: int
+    end: int
+    new: str
+    text: str  # what is printed
+
+    @property
+    def area(self):
+        return next(area for area, folders in FOLDERS.items() if self.file.split("/")[0] in folders)
+
+
+class Outcome(NamedTuple):
+    word: str
+    killer: str = ""
+
+
+def fail(message):
+    sys.exit(f"mutate: {message}")
+
+
+def listed_faults():
+    """The faults of tests/mutations.txt."""
+    missing = []
+    for line in (ROOT / "tests/mutations.txt").read_text().splitlines():
+        if line.startswith("#"):
+            continue
+        file, *texts = line.split("\t")
+        old, new = (re.sub(r"\\(.)", lambda match: match[1].replace("n", "\n"), text) for text in texts)
+        path = ROOT / file
+        begin = path.read_text().find(old) if path.exists() else -1
+        if begin < 0:
+            missing.append(f"{file} does not hold: {texts[0]}")
+        else:
+            yield Fault(file, begin, begin + len(old), new, f"{file}: {texts[0]} -> {texts[1]}")
+    if missing:
+        fail("\n".join(missing))
+
+
+def all_random_faults():
+    for file in sorted(file for folders in FOLDERS.values() for folder in folders for file in sources_below(folder)):
+        source = (ROOT / file).read_text()
+        for begin, end, new in random_faults(source):
+            line_begin, line_end = source.rfind("\n", 0, begin) + 1, source.find("\n", end)
+            before = " ".join(source[line_begin:line_end].split())
+            after = " ".join((source[line_begin:begin] + new + source[end:line_end]).split()) or "nothing"
+            yield Fault(file, begin, end, new, f"{file}:{source.count(chr(10), 0, begin) + 1}: {before} -> {after}")
+
+
+def sources_below(folder):
+    return [file for file in project_files() if file.startswith(folder + "/") and file.endswith((".cpp", ".h"))]
+
+
+def project_files():
+    listing = ["git", "ls-files", "-z", "--cached", "--others", "--exclude-standard"]
+    files = subprocess.run(listing, cwd=ROOT, check=True, capture_output=True, text=True).stdout.split("\0")
+    return [file for file in files if file and (ROOT / file).is_file()]
+
+
+class Copy:
+    """A copy of the project, its build, and the test programs of the areas."""
+
+    def __init__(self, areas):
+        self._areas = areas
+        rooms = {room for area in areas for room in TESTS[area]}
+        shutil.rmtree(COPY / "source", ignore_errors=True)
+        for file in project_files():
+            (COPY / "source" / file).parent.mkdir(parents=True, exist_ok=True)
+            shutil.copyfile(ROOT / file, COPY / "source" / file)  # as new: no object of an earlier fault stays
+        self._programs = {room: [path.stem for path in sorted((ROOT / "tests" / room).glob("*_test.cpp"))]
+                          for room in rooms}
+        self._sources = {}  # of each file: its text without a fault
+        self._seconds = {}  # of each test program without a fault
+        self._kills = collections.Counter()  # of a program, among the faults of a file
+        upper = "ON" if rooms - {"core"} else "OFF"
+        # Programs see a changed library without being linked anew, and must be able to start only when they are run.
+        self._call("configure", "cmake", "-S", "source", "-B", "build", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
+                   "-DCMAKE_CXX_FLAGS_RELEASE=-O1", "-DCMAKE_CXX_COMPILER_LAUNCHER=ccache",
+                   "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON", "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST",
+                   f"-DSTEREOVISION_BUILD_TOOLKIT={upper}",
+                   f"-DSTEREOVISION_IMAGE_DIR={os.environ['STEREOVISION_IMAGE_DIR']}") or fail(self._see("configure"))
+        for program in self._programs_of(areas):
+            self._build(program) or fail(self._see("build"))
+            begin = time.monotonic()
+            self._passes(program, 600) or fail(f"{program} fails without any fault; {self._see('test')}")
+            self._seconds[program] = time.monotonic() - begin
+        self._objects = self._digest()
+
+    def try_out(self, fault):
+        """Runs the test programs of the fault's part until one fails: quick ones first, before all those that
+        killed faults of the same file. Each is built when its turn comes."""
+        self._put_in(fault)
+        try:
+            for program in sorted(self._programs_of([fault.area]), key=lambda name: self._turn(fault, name)):
+                if not self._build(program):
+                    return Outcome("does not compile")
+                if not self._passes(program, 10 + 10 * self._seconds[program]):
+                    self._kills[fault.file, program] += 1
+                    return Outcome("killed", program)
+            self._build(*self._programs_of(self._areas))  # the others too may hold another fault's objects
+            return Outcome("no difference" if self._digest() == self._objects else "SURVIVES")
+        finally:
+            self._put_in(fault._replace(end=fault.begin, new=""))
+
+    def _turn(self, fault, program):
+        return -self._kills[fault.file, program], self._seconds[program]
+
+    def _put_in(self, fault):
+        source = self._sources.setdefault(fault.file, (COPY / "source" / fault.file).read_text())
+        (COPY / "source" / fault.file).write_text(source[:fault.begin] + fault.new + source[fault.end:])
+
+    def _programs_of(self, areas):
+        return [program for room in {room for area in areas for room in TESTS[area]} for program in self._programs[room]]
+
+    def _build(self, *programs):
+        return self._call("build", "cmake", "--build", "build", "--target", *programs)
+
+    def _digest(self):
+        """Of what the compiler made. When it is that of the sources without a fault, the fault is none."""
+        digest = hashlib.sha256()
+        for path in sorted((COPY / "build").rglob("*.o")):
+            digest.update(path.read_bytes())
+        return digest.digest()
+
+    def _see(self, log):
+        return f"see {COPY / log}.log"
+
+    def _call(self, log, *command):
+        with open(COPY / f"{log}.log", "w") as output:
+            return subprocess.run(command, cwd=COPY, stdout=output, stderr=output).returncode == 0
+
+    def _passes(self, program, seconds):
+        """Runs a test program in an empty folder. A fault may make it run on, fill memory or fill the disk."""
+        scratch = COPY / "scratch"
+        shutil.rmtree(scratch, ignore_errors=True)
+        scratch.mkdir()
+
+        def limit():
+            resource.setrlimit(resource.RLIMIT_AS, (4 << 30, 4 << 30))
+            resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 30, 1 << 30))
+            resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+
+        command = [COPY / "build/tests" / program, "--gtest_brief=1", "--gtest_fail_fast"]
+        with open(COPY / "test.log", "w") as output:
+            process = subprocess.Popen(command, cwd=scratch, env={**os.environ, "TMPDIR": str(scratch)}, stdout=output,
+                                       stderr=output, preexec_fn=limit, start_new_session=True)
+            try:
+                return process.wait(seconds) == 0
+            except subprocess.TimeoutExpired:
+                return False
+            finally:
+                try:
+                    os.killpg(process.pid, signal.SIGKILL)  # also what the program started and left behind
+                except ProcessLookupError:
+                    pass
+                process.wait()
+
+
+def try_faults(copy, faults, number, is_random):
+    """Tries so many faults and returns whether all were killed. Random ones that are none are drawn anew."""
+    killed = tried = 0
+    for fault in faults:
+        outcome = copy.try_out(fault)
+        if outcome.word in ("does not compile", "no difference"):
+            is_random or fail(f"{outcome.word}: {fault.text}")
+            continue
+        tried += 1
+        killed += outcome.word == "killed"
+        print(f"{outcome.word:10}{fault.text}{outcome.killer and f'  [{outcome.killer}]'}", flush=True)
+        if tried == number:
+            break
+    print(f"{killed} of {tried} killed, {tried - killed} surviving: {100 * killed / max(tried, 1):.0f} %")
+    return killed == tried
+
+
+def main():
+    parser = argparse.ArgumentParser(prog="mutate")
+    parser.add_argument("--only", choices=FOLDERS, help="faults of this part alone")
+    parser.add_argument("--random", type=int, metavar="N", help="random faults instead of those of the list")
+    parser.add_argument("--seed", type=int, metavar="S", help="the same faults as with this seed before")
+    parser.add_argument("pattern", nargs="?", default="", type=re.compile, help="those whose line it matches")
+    arguments = parser.parse_args()
+
+    faults = list(all_random_faults() if arguments.random else listed_faults())
+    faults = [fault for fault in faults if arguments.only in (None, fault.area) and arguments.pattern.search(fault.text)]
+    if arguments.random:
+        seed = random.randrange(1000) if arguments.seed is None else arguments.seed
+        print(f"seed {seed}, drawn from {len(faults)} faults", flush=True)
+        random.Random(seed).shuffle(faults)
+    copy = Copy({fault.area for fault in faults})
+    all_killed = try_faults(copy, faults, arguments.random or len(faults), bool(arguments.random))
+    return 0 if all_killed or arguments.random else 1
+
+
+if __name__ == "__main__":
+    sys.exit(main())
