@@ -129,7 +129,9 @@ public:
     ///
     /// The parameters hold for images of the calibration's width; for images 1/s as wide (integer s) the
     /// matcher gets windowSize - s (for s > 1), disparityNumber - 16 round(log2(s)) but at least 16,
-    /// minDisparity / s - 1, speckleRange / s and speckleWindowSize / s.
+    /// minDisparity / s - 1, speckleRange / s and speckleWindowSize / s. Where the semi-global matcher could
+    /// search fewer columns than half a block, the images are matched with their last column repeated, as often
+    /// as it needs; what lies beyond the images is cut off again.
     /// @param left,right rectified images, `CV_8UC1`, of the same size, not wider than the calibration
     /// @return disparity of the left image in px of its own size, `CV_32FC1`, in steps of 1/16; pixels
     /// without
@@ -138,8 +140,8 @@ public:
     /// not
     ///         logged), the images are empty, have more than two dimensions or are wider than the
     ///         calibration, or there are no calibrations
-    /// @throws cv::Exception when the matcher refuses a parameter or fails (logged if it fails), or when the range
-    ///         or the block would take it outside its buffers
+    /// @throws cv::Exception when the matcher refuses a parameter or fails (logged if it fails), or when the
+    ///         largest disparity is more than an int can hold
     [[nodiscard]] cv::Mat computeDisparity(const cv::Mat& left, const cv::Mat& right) const;
 
     /// Turns a disparity image of the rectified left camera into an image of points.

@@ -44,14 +44,22 @@ void setScaled(Matcher& matcher, const ScaledParameters& scaled)
     matcher.setSpeckleRange(scaled.speckleRange);
 }
 
-/// Where the whole range can be searched, the semi-global matcher sums up blocks from the first such column on;
-/// if less than half a block of them is left, it would read past the end of its buffers.
-void requireRoomForBlock(const ScaledParameters& scaled, int width)
+/// How many more columns the semi-global matcher needs. It sums up blocks over the columns where the whole range
+/// can be searched, and reads past the end of its buffers if there are some, but not more than half a block.
+int countMissingColumns(const ScaledParameters& scaled, int width)
 {
     const int maxDisparity = scaled.minDisparity + scaled.disparityNumber;
-    const int columns = width + std::min(scaled.minDisparity, 0) - std::max(maxDisparity, 0);
-    const int blockSize = scaled.blockSize > 0 ? scaled.blockSize : 5; // as the matcher does
-    CV_Assert(columns <= 0 || blockSize / 2 < columns);
+    const int searched = width + std::min(scaled.minDisparity, 0) - std::max(maxDisparity, 0);
+    const int halfBlock = (scaled.blockSize > 0 ? scaled.blockSize : 5) / 2; // as the matcher does
+    return searched > 0 ? std::max(halfBlock + 1 - searched, 0) : 0;
+}
+
+/// Repeats the last column, without a look at what an image surrounds this one with.
+cv::Mat widen(const cv::Mat& image, int columns)
+{
+    cv::Mat wider;
+    cv::copyMakeBorder(image, wider, 0, 0, 0, columns, cv::BORDER_REPLICATE | cv::BORDER_ISOLATED);
+    return wider;
 }
 
 cv::Mat match(cv::StereoMatcher& matcher, const cv::Mat& left, const cv::Mat& right)
@@ -112,22 +120,19 @@ cv::Mat Stereo::computeDisparity(const cv::Mat& left, const cv::Mat& right) cons
     }
     if (_stereoAlgorithm == SGBM) {
         detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, method, "Compute disparity (SGBM)...");
-        // The penalties and the left-right check stay 0 whatever their parameters say: results depend on it.
-        const auto matcher = cv::StereoSGBM::create(scaled.minDisparity,
-                                                    scaled.disparityNumber,
-                                                    scaled.blockSize,
-                                                    0,
-                                                    0,
-                                                    0,
-                                                    0,
-                                                    0,
-                                                    0,
-                                                    0,
-                                                    cv::StereoSGBM::MODE_SGBM);
+        // Penalties, left-right check and mode keep OpenCV's defaults whatever their parameters say: results
+        // depend on it.
+        const auto matcher =
+            cv::StereoSGBM::create(scaled.minDisparity, scaled.disparityNumber, scaled.blockSize);
         setScaled(*matcher, scaled);
         matcher->setPreFilterCap(_preFilterCap);
         matcher->setUniquenessRatio(_uniquenessRatio);
-        requireRoomForBlock(scaled, left.cols);
+        const int missing = countMissingColumns(scaled, left.cols);
+        if (missing > 0) {
+            return match(*matcher, widen(left, missing), widen(right, missing))
+                .colRange(0, left.cols)
+                .clone();
+        }
         return match(*matcher, left, right);
     }
     return cv::Mat();

@@ -151,7 +151,7 @@ TEST(StereoProcessing, RefusesUnusableImages)
         [&] { (void)Stereo().computeDisparity(grey, grey); }, unset, {stereoError(match, unset)});
 }
 
-TEST(StereoDisparity, RefusesRangesAndWindowsThatLeaveTheMatchersBuffers)
+TEST(StereoDisparity, RefusesRangesThatNoIntegerHolds)
 {
     OpenStereo stereo(calibrations());
     const cv::Mat image(30, 720, CV_8UC1, cv::Scalar(7));
@@ -164,11 +164,47 @@ TEST(StereoDisparity, RefusesRangesAndWindowsThatLeaveTheMatchersBuffers)
         stereo.setMinDisparity(1); // 0 for the matcher
         EXPECT_EQ(cv::norm(match(), cv::NORM_INF), 1) << "nothing but pixels without a match";
     }
-    stereo.setDisparityNumber(640); // leaves 80 columns
-    stereo.setWindowSize(161);
-    EXPECT_THROW(match(), cv::Exception);
-    stereo.setWindowSize(159);
-    EXPECT_EQ(match().cols, 720);
+}
+
+constexpr double shareFound = 0.9; // the matcher's filters take some
+
+/// Also where it can search less than half a block: there it finds by how much one image is shifted.
+TEST(StereoDisparity, OfTheSemiGlobalMatcherReachesTheRightBorderOfNarrowImages)
+{
+    struct
+    {
+        cv::Size size;
+        int minDisparity, shift;
+        int searched; ///< columns with the whole range inside the images
+        int window = 21, scale = 1;
+    } const rows[] = {
+        {{80, 60}, 1, 40, 0},
+        {{85, 60}, 1, 40, 5},
+        {{88, 72}, 1, 40, 8},
+        {{90, 60}, 1, 79, 10},
+        {{91, 60}, 1, 79, 11}, // the first that the matcher takes as it is
+        {{96, 72}, 12, 60, 5},
+        {{100, 100}, 12, 60, 9},
+        {{90, 50}, -16, 20, 10, 31},
+        {{100, 50}, -92, -20, 7},
+        {{34, 24}, 1, 20, 2, 5, 8}, // the matcher takes its window of -3 for 5
+    };
+    cv::Mat texture(100, 300, CV_8UC1);
+    cv::RNG(1).fill(texture, cv::RNG::UNIFORM, 0, 256);
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.size);
+        const int width = row.size.width * row.scale;
+        OpenStereo stereo(makeCalibrations(width, row.size.height * row.scale));
+        stereo.setStereoAlgorithm(Stereo::SGBM);
+        stereo.setMinDisparity(row.minDisparity);
+        stereo.setWindowSize(row.window);
+        stereo.setSpeckleWindowSize(0);                             // so few columns would be a speckle
+        const cv::Mat left = texture(cv::Rect({100, 0}, row.size)); // with other pixels around it
+        const cv::Mat right = texture(cv::Rect({100 + row.shift, 0}, row.size));
+        const cv::Mat disparity = stereo.computeDisparity(left, right);
+        EXPECT_TRUE(areBitEqual(disparity, oracle::disparity(stereo, width, left, right)));
+        EXPECT_GE(cv::countNonZero(disparity == row.shift), shareFound * row.searched * row.size.height);
+    }
 }
 
 TEST(StereoDisparity, IsEmptyAndSilentForAnUnknownAlgorithm)

@@ -101,9 +101,18 @@ inline cv::Mat disparity(const vision::Stereo& p, int calibrationWidth, const cv
     matcher->setBlockSize(block);
     matcher->setSpeckleWindowSize(p.getSpeckleWindowSize() / s);
     matcher->setSpeckleRange(p.getSpeckleRange() / s);
-    cv::Mat raw, result;
-    matcher->compute(left, right, raw);
-    raw.convertTo(result, CV_32F, 1.0 / 16);
+    // What the semi-global matcher cannot search without reading too far is repeated at the right.
+    const auto searched = [&](const cv::Mat& image) {
+        return image.cols + std::min(lowest, 0) - std::max(lowest + number, 0);
+    };
+    cv::Mat wideLeft = left, wideRight = right, raw, result;
+    while (p.getStereoAlgorithm() == vision::Stereo::SGBM && searched(left) > 0 &&
+           searched(wideLeft) <= (block > 0 ? block : 5) / 2) {
+        cv::hconcat(wideLeft, wideLeft.col(wideLeft.cols - 1), wideLeft);
+        cv::hconcat(wideRight, wideRight.col(wideRight.cols - 1), wideRight);
+    }
+    matcher->compute(wideLeft, wideRight, raw);
+    raw.colRange(0, left.cols).convertTo(result, CV_32F, 1.0 / 16);
     return result;
 }
 
