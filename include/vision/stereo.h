@@ -6,8 +6,7 @@
 #include <vision/calibration.h>
 #include <vision/export.h>
 
-#include <opencv2/core/mat.hpp>
-#include <opencv2/core/types.hpp>
+#include <opencv2/core.hpp>
 
 #include <functional>
 #include <map>
@@ -96,10 +95,10 @@ public:
     [[nodiscard]] std::pair<Calibration, Calibration> getCalibrations() const;
 
     /// Builds the maps and the reprojection matrix for one image size; neither reads nor fills the cache.
-    /// @param size positive image size (px) of the calibration's aspect ratio
+    /// @param size image size (px) of the calibration's aspect ratio; 0 x 0 gives empty maps
     /// @throws std::invalid_argument when the aspect ratio differs from the calibration's
-    /// @throws cv::Exception when there are no calibrations, the size is not positive or OpenCV cannot take a
-    ///         matrix of the calibrations
+    /// @throws cv::Exception when there are no calibrations, the size is negative or OpenCV cannot take a matrix
+    ///         of the calibrations
     [[nodiscard]] ImageTransform computeImageTransforms(const cv::Size& size) const;
 
     /// @}
@@ -113,8 +112,8 @@ public:
     /// @param left,right raw images of the same size and type (any that `cv::remap` takes)
     /// @return new images of the maps' size and the input's type, left first
     /// @throws std::invalid_argument when sizes or types differ, or as computeImageTransforms()
-    /// @throws cv::Exception as computeImageTransforms(), or when `cv::remap` refuses an image; the maps that
-    ///         were computed before stay
+    /// @throws cv::Exception as computeImageTransforms(), or when an image is empty or `cv::remap` refuses it; the
+    ///         maps that were computed before stay
     [[nodiscard]] std::pair<cv::Mat, cv::Mat> rectifyImages(const cv::Mat& left, const cv::Mat& right) const;
 
     /// Rectifies one image of the left camera, like rectifyImages().

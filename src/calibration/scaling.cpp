@@ -12,9 +12,15 @@ namespace vision {
 namespace {
 
 /// Checked in every build: reading past a smaller matrix would not fail but give garbage.
-void requireFloats(const cv::Mat& matrix, int minRows, int minCols)
+void requireFloats(const cv::Mat& matrix, const char* name, int minColumns)
 {
-    CV_Assert(matrix.type() == CV_32FC1 && matrix.rows >= minRows && matrix.cols >= minCols);
+    if (matrix.type() != CV_32FC1 || matrix.rows < 2 || matrix.cols < minColumns) {
+        CV_Error(cv::Error::StsBadArg,
+                 detail::joinText(name,
+                                  " must be CV_32FC1 of at least 2x",
+                                  minColumns,
+                                  ": load a calibration or fill this one before it is scaled."));
+    }
 }
 
 /// Scales the entries in px of a camera or projection matrix: focal lengths, principal point and, in the
@@ -38,8 +44,8 @@ Calibration Calibration::scaleTo(int newWidth, int newHeight) const
         detail::refuse<std::invalid_argument>(
             detail::calibrationCategory, "scaleTo", "Invalid aspect ratio for new calibration");
     }
-    requireFloats(cameraMatrix, 2, 3);
-    requireFloats(projectionMatrix, 2, 4);
+    requireFloats(cameraMatrix, "cameraMatrix", 3);
+    requireFloats(projectionMatrix, "projectionMatrix", 4);
 
     // The exact ratio test above makes one factor right for both axes.
     const float factor = static_cast<float>(newWidth) / static_cast<float>(width);

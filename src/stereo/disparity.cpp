@@ -35,8 +35,11 @@ struct ScaledParameters
 template <typename Matcher>
 void setScaled(Matcher& matcher, const ScaledParameters& scaled)
 {
-    // The matchers add these in an int and would go on with a wrapped sum, far outside their buffers.
-    CV_Assert(scaled.minDisparity <= std::numeric_limits<int>::max() - scaled.disparityNumber);
+    if (scaled.minDisparity > std::numeric_limits<int>::max() - scaled.disparityNumber) {
+        // The matchers would go on with a wrapped sum, far outside their buffers.
+        CV_Error(cv::Error::StsOutOfRange,
+                 "The largest disparity is more than an int can hold: search fewer disparities.");
+    }
     matcher.setMinDisparity(scaled.minDisparity);
     matcher.setNumDisparities(scaled.disparityNumber);
     matcher.setBlockSize(scaled.blockSize);

@@ -39,6 +39,9 @@ cv::Mat Stereo::rectifyImageRight(const cv::Mat& image) const
 
 cv::Mat Stereo::_rectifyImage(const cv::Mat& image, ImageIndex index) const
 {
+    if (image.empty()) {
+        CV_Error(cv::Error::StsBadArg, "The image to rectify is empty: check that it was read.");
+    }
     const ImageTransform& maps = _findTransforms(image, "_rectifyImage");
     const bool isLeft = index == LEFT;
     cv::Mat result;

@@ -98,11 +98,17 @@ std::pair<Calibration, Calibration> Stereo::getCalibrations() const
 
 Stereo::ImageTransform Stereo::computeImageTransforms(const cv::Size& size) const
 {
+    if (_leftCalibration.projectionMatrix.empty()) {
+        CV_Error(cv::Error::StsBadArg,
+                 "Calibrations must be set before images are processed: call setCalibrations() first.");
+    }
     const Calibration left = _leftCalibration.scaleTo(size.width, size.height);
     const Calibration right = _rightCalibration.scaleTo(size.width, size.height);
-    CV_Assert(size.width > 0 && size.height > 0);
-    // OpenCV takes an empty camera matrix and other unusable ones for granted and reads through null.
-    CV_Assert(left.cameraMatrix.size() == cv::Size(3, 3) && right.cameraMatrix.size() == cv::Size(3, 3));
+    const cv::Size square(3, 3);
+    if (left.cameraMatrix.size() != square || right.cameraMatrix.size() != square) {
+        // OpenCV would not look, and read past it.
+        CV_Error(cv::Error::StsBadArg, "Camera matrices must be 3x3: complete the calibrations.");
+    }
 
     ImageTransform transform;
     buildMaps(left, size, transform.leftMapX, transform.leftMapY);

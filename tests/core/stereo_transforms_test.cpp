@@ -118,19 +118,35 @@ TEST(StereoTransforms, AreThoseOfTheDirectOpenCvCalls)
     }
 }
 
-TEST(StereoTransforms, AreRefusedByOpenCvWhenCalibrationsOrSizesAreUnusable)
+/// With a text of ours where OpenCV would say nothing helpful, or read past a matrix.
+TEST(StereoTransforms, AreRefusedForUnusableCalibrationsAndImages)
 {
-    const auto expectRefused = [](const OpenStereo& stereo, const cv::Size& size) {
-        expectRefusal<cv::Exception>([&] { (void)stereo.computeImageTransforms(size); }, anyText, {});
+    const auto expectRefused = [](const std::string& text, const auto& call) {
+        RecordedLog log(tarn::LogLevel::Error);
+        EXPECT_NE(textThrownBy<cv::Exception>(call).find(text), std::string::npos);
+        EXPECT_EQ(log.take(), LogEntries());
     };
-    expectRefused(OpenStereo(), {320, 240});
-    expectRefused(OpenStereo(makeCalibrations()), {0, 0});
-    expectRefused(OpenStereo(makeCalibrations()), {-640, -480});
+    expectRefused("call setCalibrations() first", [] {
+        (void)OpenStereo().computeImageTransforms({320, 240});
+    });
+    expectRefused("call setCalibrations() first",
+                  [] { (void)OpenStereo().rectifyImageRight(image(64, 48)); });
+    const OpenStereo usable(makeCalibrations());
+    expectRefused("is empty: check", [&] { (void)usable.rectifyImages(cv::Mat(), cv::Mat()); });
+    EXPECT_TRUE(usable._imageTransforms.empty());
+    expectRefused("", [&] { (void)usable.computeImageTransforms({-640, -480}); });
+    EXPECT_TRUE(usable.computeImageTransforms(cv::Size()).leftMapX.empty()) << "which is no refusal";
+    const std::pair<cv::Mat Calibration::*, std::string> rows[] = {
+        {&Calibration::cameraMatrix, "Camera matrices must be 3x3: complete"},
+        {&Calibration::distortion, ""},
+        {&Calibration::rectificationMatrix, ""},
+        {&Calibration::projectionMatrix, "projectionMatrix must be CV_32FC1 of at least 2x4: load"},
+    };
     for (const auto side : {&OpenStereo::_leftCalibration, &OpenStereo::_rightCalibration}) {
-        for (const auto field : matrixFields) {
+        for (const auto& [field, text] : rows) {
             OpenStereo stereo(makeCalibrations());
             stereo.*side.*field = cv::Mat::ones(2, 3, CV_32FC1);
-            expectRefused(stereo, {320, 240});
+            expectRefused(text, [&] { (void)stereo.computeImageTransforms({320, 240}); });
         }
     }
 }
