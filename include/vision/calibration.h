@@ -5,7 +5,7 @@
 
 #include <vision/export.h>
 
-#include <opencv2/core/mat.hpp>
+#include <opencv2/core.hpp>
 
 #include <string>
 
