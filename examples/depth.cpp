@@ -12,5 +12,8 @@ int main(int, char** argv) // left.yml right.yml left.png right.png
     stereo.setDisparityNumber(160); // as many as the nearest thing has
     auto [l, r] = stereo.rectifyImages(cv::imread(argv[3], 0), cv::imread(argv[4], 0)); // 0: read as grey
     cv::Mat points = stereo.computeDepth(stereo.computeDisparity(l, r));
-    std::cout << "centre: " << points.at<cv::Vec3f>(points.rows / 2, points.cols / 2) << " m\n";
+    auto centre = points.at<cv::Vec3f>(points.rows / 2, points.cols / 2);
+    if (centre[2] > 0) { // neither (0, 0, 0) nor NaN
+        std::cout << "centre: " << centre << " m\n";
+    }
 }
