@@ -14,7 +14,7 @@ namespace vision::detail {
 
 using LogCategory = tarn::log::detail::Category;
 
-/// A host keeps the level of a category plain or atomic; both read the same through these.
+/// Reads the level of a category, which some hosts keep in an atomic.
 template <typename Level>
 Level readLevel(const Level& level)
 {
@@ -53,8 +53,8 @@ inline void emitRecord(tarn::LogLevel level, LogCategory* category, const char* 
     }
 }
 
-/// Joins and emits the pieces if the category admits the level; otherwise builds nothing. Want of memory for
-/// the text loses the record, never the exception or result that the caller is owed.
+/// Joins and emits the pieces if the category admits the level; otherwise builds nothing. When memory for the
+/// text runs out, the record is lost, but never the exception or result that the caller is owed.
 template <typename... Pieces>
 void logRecord(tarn::LogLevel level, LogCategory* category, const char* function,
                const Pieces&... pieces) noexcept
@@ -77,7 +77,7 @@ template <typename Exception, typename... Pieces>
     throw Exception(thrownText);
 }
 
-/// The same for a refusal whose log record says what the exception says.
+/// Refuses with the same text in the log record and in the exception.
 template <typename Exception>
 [[noreturn]] void refuse(LogCategory* category, const char* function, const char* text)
 {

@@ -92,7 +92,7 @@ void Calibration::save(const std::string& filename) const
         detail::refuse<std::invalid_argument>(calibrationCategory, "save", "Invalid calibration save file: ");
     }
     try {
-        // A storage that could not be opened is deliberately not refused: it skips every insertion.
+        // A storage that could not be opened skips what is inserted; that is not refused on purpose.
         cv::FileStorage storage(filename, cv::FileStorage::WRITE, std::string());
         writeField(storage, "Write calibration width.", "width", width);
         writeField(storage, "Write calibration height.", "height", height);

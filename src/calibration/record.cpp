@@ -6,7 +6,7 @@ namespace vision {
 
 namespace {
 
-/// OpenCV's `!=` on matrices refuses empty operands; cv::compare takes a pair of empty ones.
+/// Compares by cv::compare, which takes a pair of empty matrices; OpenCV's `!=` refuses them.
 bool differ(const cv::Mat& left, const cv::Mat& right)
 {
     cv::Mat mask;

@@ -11,7 +11,7 @@ namespace vision {
 
 namespace {
 
-/// Checked in every build: reading past a smaller matrix would not fail but give garbage.
+/// Checks what OpenCV's access to elements does not: reading past a smaller matrix would give garbage.
 void requireFloats(const cv::Mat& matrix, const char* name, int minColumns)
 {
     if (matrix.type() != CV_32FC1 || matrix.rows < 2 || matrix.cols < minColumns) {
@@ -47,7 +47,7 @@ Calibration Calibration::scaleTo(int newWidth, int newHeight) const
     requireFloats(cameraMatrix, "cameraMatrix", 3);
     requireFloats(projectionMatrix, "projectionMatrix", 4);
 
-    // The exact ratio test above makes one factor right for both axes.
+    // The aspect ratio is exactly the same, so one factor holds for both axes.
     const float factor = static_cast<float>(newWidth) / static_cast<float>(width);
     Calibration scaled(*this);
     scaled.width = newWidth;

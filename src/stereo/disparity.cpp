@@ -19,7 +19,7 @@ using detail::stereoCategory;
 
 constexpr const char* method = "computeDisparity"; ///< as the log names it
 
-/// The matchers count in sixteenths of a pixel.
+/// The matchers give disparities in sixteenths of a pixel.
 constexpr double pixelsPerUnit = 0.0625;
 
 /// The parameters that both matchers take and that depend on how much smaller the image is.
@@ -47,8 +47,8 @@ void setScaled(Matcher& matcher, const ScaledParameters& scaled)
     matcher.setSpeckleRange(scaled.speckleRange);
 }
 
-/// How many more columns the semi-global matcher needs. It sums up blocks over the columns where the whole range
-/// can be searched, and reads past the end of its buffers if there are some, but not more than half a block.
+/// Tells how many more columns the semi-global matcher needs. It sums up blocks over the columns where the
+/// whole range can be searched; if there are some, but no more than half a block, it reads past its buffers.
 int countMissingColumns(const ScaledParameters& scaled, int width)
 {
     const int maxDisparity = scaled.minDisparity + scaled.disparityNumber;
@@ -57,7 +57,7 @@ int countMissingColumns(const ScaledParameters& scaled, int width)
     return searched > 0 ? std::max(halfBlock + 1 - searched, 0) : 0;
 }
 
-/// Repeats the last column, without a look at what an image surrounds this one with.
+/// Repeats the last column. Where the image is a part of a larger one, it gets no pixels of that.
 cv::Mat widen(const cv::Mat& image, int columns)
 {
     cv::Mat wider;
@@ -123,8 +123,7 @@ cv::Mat Stereo::computeDisparity(const cv::Mat& left, const cv::Mat& right) cons
     }
     if (_stereoAlgorithm == SGBM) {
         detail::logRecord(tarn::LogLevel::Verbose, stereoCategory, method, "Compute disparity (SGBM)...");
-        // Penalties, left-right check and mode keep OpenCV's defaults whatever their parameters say: results
-        // depend on it.
+        // Penalties, left-right check and mode keep OpenCV's defaults, whatever the parameters for them say.
         const auto matcher =
             cv::StereoSGBM::create(scaled.minDisparity, scaled.disparityNumber, scaled.blockSize);
         setScaled(*matcher, scaled);

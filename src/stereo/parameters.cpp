@@ -30,7 +30,7 @@ void require(bool valid, const char* setter, const char* thrownText, const Piece
 
 bool orderByArea(const cv::Size& left, const cv::Size& right)
 {
-    // The key is the 32-bit product; forming it in 64 bits keeps an oversized one defined.
+    // The product of 32 bits counts. It is formed in 64 bits, as an overflow would be undefined.
     const auto area = [](const cv::Size& size) {
         return static_cast<std::int32_t>(std::int64_t{size.width} * size.height);
     };
@@ -48,7 +48,7 @@ float Stereo::getMaxDepth() const
 
 void Stereo::setMaxDepth(float depth)
 {
-    // Written so that NaN passes: it is stored.
+    // A comparison that NaN passes, since it is accepted.
     require(!(0 >= depth), "setMaxDepth", "Invalid distance.", "Distance must be positive.");
     _maxDepth = depth;
 }

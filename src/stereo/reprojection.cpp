@@ -16,7 +16,7 @@ bool isOfHorizontalPair(const cv::Mat& q)
         return false;
     }
     for (int row = 0; row < 4; ++row) {
-        for (int column = 0; column < (row < 3 ? 3 : 2); ++column) { // beyond are the entries that differ
+        for (int column = 0; column < (row < 3 ? 3 : 2); ++column) { // the rest depends on the cameras
             if (q.at<float>(row, column) != (row == column && row < 2 ? 1.0f : 0.0f)) {
                 return false;
             }
@@ -27,8 +27,8 @@ bool isOfHorizontalPair(const cv::Mat& q)
 
 /// Whether this build of OpenCV rounds X, Y and Z to float before it divides them by W, and not only after.
 ///
-/// It is asked for a point whose X tells: 1 + 2^-24 lies halfway between two floats and would be rounded to 1,
-/// whereas four fifths of it are nearer to the next float above 0.8f than to 0.8f itself.
+/// It is asked for a point whose X tells: 1 + 2^-24 lies halfway between two floats and would be rounded to
+/// 1, whereas four fifths of it are nearer to the next float above 0.8f than to 0.8f itself.
 bool roundsBeforeDivision()
 {
     cv::Matx44d q = cv::Matx44d::eye();
@@ -39,7 +39,7 @@ bool roundsBeforeDivision()
     return point.at<cv::Vec3f>(0, 0)[0] == 0.8f;
 }
 
-/// The sum of a coordinate of the image and an entry of q, as OpenCV has it when it divides.
+/// Adds a coordinate of the image and an entry of q to what OpenCV divides by W.
 double addAsOpenCv(int coordinate, double entry)
 {
     static const bool rounds = roundsBeforeDivision();
@@ -69,7 +69,7 @@ cv::Mat reprojectInOnePass(const cv::Mat& disparity, const cv::Matx44d& q, const
     return points;
 }
 
-/// The calls that define the points, for any q.
+/// Makes the calls that define the points, whatever q holds.
 cv::Mat reprojectByOpenCv(const cv::Mat& disparity, const cv::Mat& q, const DepthLimits& limits)
 {
     cv::Mat points;

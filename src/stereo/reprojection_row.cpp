@@ -5,8 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
-// GCC compiles a function so marked for wider vectors as well; the loader picks what the processor has. All
-// give the same bits. (The thread sanitizer cannot start a program that picks this way.)
+// GCC compiles a function with this mark for wider vectors as well, and the loader picks the version that
+// suits the processor. All give the same bits. (ThreadSanitizer cannot start a program that picks this way.)
 #if defined(__x86_64__) && defined(__GLIBC__) && __GNUC__ >= 12 && !defined(__SANITIZE_THREAD__)
 #define VISION_WIDE_VECTORS __attribute__((target_clones("default", "avx2", "arch=x86-64-v4")))
 #else
@@ -17,7 +17,8 @@ namespace vision::detail {
 
 namespace {
 
-/// The value where the mask is all ones, 0 where it is 0. Without a branch: trusted and blanked pixels mix.
+/// Gives the value if all bits of the mask are set, and 0 if none is. A branch would be mispredicted too
+/// often where trusted and blanked pixels mix.
 float masked(float value, std::uint32_t mask)
 {
     std::uint32_t bits;
@@ -29,12 +30,12 @@ float masked(float value, std::uint32_t mask)
 
 } // namespace
 
-// Double arithmetic in OpenCV's order. What the zeros of its matrix bring is left out, since 0 * d changes nothing
-// unless d is not finite: then the whole point is NaN.
+// Double arithmetic in OpenCV's order. The products with the zeros of its matrix are left out: 0 * d changes
+// nothing as long as d is finite, and makes the whole point NaN when it is not.
 VISION_WIDE_VECTORS void reprojectRow(const float* disparity, int columns, const HomogeneousRow& homogeneous,
                                       const DepthLimits& limits, cv::Vec3f* points)
 {
-    float d[pixelsPerBlock] = {}; // the last block ends in leftovers
+    float d[pixelsPerBlock] = {}; // at the end of the last block remain values of the one before
     float pointX[pixelsPerBlock], pointY[pixelsPerBlock], pointZ[pixelsPerBlock];
     std::uint32_t kept[pixelsPerBlock];
 
@@ -53,7 +54,7 @@ VISION_WIDE_VECTORS void reprojectRow(const float* disparity, int columns, const
         for (int i = 0; i < pixelsPerBlock; ++i) {
             pointZ[i] = d[i] == FLT_MAX ? 10000.0f : pointZ[i]; // OpenCV's mark of a missing disparity
         }
-        for (int i = 0; i < pixelsPerBlock; ++i) { // written so that NaN is kept
+        for (int i = 0; i < pixelsPerBlock; ++i) { // comparisons that NaN passes, as it must stay
             kept[i] = (pointZ[i] < 0.0f ? 0 : ~0u) & (pointZ[i] > limits.maxDepth ? 0 : ~0u) &
                       (d[i] <= limits.invalidDisparity ? 0 : ~0u);
         }

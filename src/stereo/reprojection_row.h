@@ -13,10 +13,10 @@ struct DepthLimits
     float invalidDisparity; ///< the disparity of pixels without a match; none at or below it counts
 };
 
-/// The row computes whole blocks of so many pixels: constant lengths vectorise best.
+/// A row is computed in whole blocks of this length, since loops of constant length vectorise best.
 inline constexpr int pixelsPerBlock = 64;
 
-/// The homogeneous coordinates of the pixels of one row. Only W depends on the disparity.
+/// The homogeneous coordinates of the points of one row. Only W depends on the disparity.
 struct HomogeneousRow
 {
     const double* x; ///< of each pixel, up to the end of the last block

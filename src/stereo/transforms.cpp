@@ -19,8 +19,8 @@ bool isProjection(const cv::Mat& matrix)
     return matrix.type() == CV_32FC1 && matrix.rows == 3 && matrix.cols == 4;
 }
 
-/// Converts by truncation; what no int can hold becomes the lowest one, which setMinDisparity() refuses
-/// whatever the width.
+/// Converts by truncation. What no int can hold becomes the lowest one, which setMinDisparity() always
+/// refuses.
 int toMinDisparity(float disparity)
 {
     constexpr float limit = 2147483648.0f; // 2^31
@@ -106,7 +106,7 @@ Stereo::ImageTransform Stereo::computeImageTransforms(const cv::Size& size) cons
     const Calibration right = _rightCalibration.scaleTo(size.width, size.height);
     const cv::Size square(3, 3);
     if (left.cameraMatrix.size() != square || right.cameraMatrix.size() != square) {
-        // OpenCV would not look, and read past it.
+        // OpenCV does not check the shape and would read past the matrix.
         CV_Error(cv::Error::StsBadArg, "Camera matrices must be 3x3: complete the calibrations.");
     }
 

@@ -15,7 +15,8 @@ thread_local int allocationsLeft = unlimited;
 
 } // namespace
 
-/// OpenCV loses a matrix's buffer when the allocation of what describes it fails; LeakSanitizer would count that.
+/// OpenCV loses a matrix's buffer when the allocation of what describes it fails; LeakSanitizer would count
+/// that.
 extern "C" const char* __lsan_default_suppressions() // NOLINT(bugprone-reserved-identifier)
 {
     return "leak:cv::fastMalloc\n";

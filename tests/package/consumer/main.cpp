@@ -1,7 +1,5 @@
 #include <vision/stereo.h>
 
-#include <opencv2/core.hpp>
-
 #include <iostream>
 #include <stdexcept>
 
