@@ -19,12 +19,24 @@ bool isOddWithin(int value, int lowest, int highest)
     return value % 2 != 0 && isWithin(value, lowest, highest);
 }
 
-/// Refuses a parameter that is not valid; the log record names the value, the exception does not.
-template <typename... Pieces>
-void require(bool valid, const char* setter, const char* thrownText, const Pieces&... loggedPieces)
+/// The texts of a refusal. The log record names the value, the exception does not.
+struct Texts
+{
+    const char* setter;
+    const char* thrown;
+    const char* loggedBeforeValue;
+    const char* loggedBehindValue = ").";
+};
+
+void require(bool valid, int value, const Texts& texts)
 {
     if (!valid) {
-        detail::refuse<std::range_error>(detail::stereoCategory, setter, thrownText, loggedPieces...);
+        detail::refuse<std::range_error>(detail::stereoCategory,
+                                         texts.setter,
+                                         texts.thrown,
+                                         texts.loggedBeforeValue,
+                                         value,
+                                         texts.loggedBehindValue);
     }
 }
 
@@ -49,7 +61,10 @@ float Stereo::getMaxDepth() const
 void Stereo::setMaxDepth(float depth)
 {
     // A comparison that NaN passes, since it is accepted.
-    require(!(0 >= depth), "setMaxDepth", "Invalid distance.", "Distance must be positive.");
+    if (0 >= depth) {
+        detail::refuse<std::range_error>(
+            detail::stereoCategory, "setMaxDepth", "Invalid distance.", "Distance must be positive.");
+    }
     _maxDepth = depth;
 }
 
@@ -70,12 +85,8 @@ int Stereo::getWindowSize() const
 
 void Stereo::setWindowSize(int size)
 {
-    require(isOddWithin(size, 5, 255),
-            "setWindowSize",
-            "Invalid window size.",
-            "Invalid window size (",
-            size,
-            ").");
+    require(
+        isOddWithin(size, 5, 255), size, {"setWindowSize", "Invalid window size.", "Invalid window size ("});
     _windowSize = size;
 }
 
@@ -88,11 +99,8 @@ void Stereo::setMinDisparity(int disparity)
 {
     const std::int64_t bound = _leftCalibration.width; // its negation may not fit an int
     require(-bound <= disparity && disparity <= bound,
-            "setMinDisparity",
-            "Invalid min disparity.",
-            "Invalid min disparity (",
             disparity,
-            ").");
+            {"setMinDisparity", "Invalid min disparity.", "Invalid min disparity ("});
     _minDisparity = disparity;
 }
 
@@ -104,11 +112,11 @@ int Stereo::getDisparityNumber() const
 void Stereo::setDisparityNumber(int number)
 {
     require(number > 0 && number % 16 == 0,
-            "setDisparityNumber",
-            "Invalid disparity number.",
-            "Invalid disparity number (",
             number,
-            "), must be multiple of 16 and strictly positive.");
+            {"setDisparityNumber",
+             "Invalid disparity number.",
+             "Invalid disparity number (",
+             "), must be multiple of 16 and strictly positive."});
     _disparityNumber = number;
 }
 
@@ -119,12 +127,8 @@ int Stereo::getPreFilterCap() const
 
 void Stereo::setPreFilterCap(int cap)
 {
-    require(isWithin(cap, 1, 63),
-            "setPreFilterCap",
-            "Invalid prefilter cap.",
-            "Invalid Prefilter cap (",
-            cap,
-            ").");
+    require(
+        isWithin(cap, 1, 63), cap, {"setPreFilterCap", "Invalid prefilter cap.", "Invalid Prefilter cap ("});
     _preFilterCap = cap;
 }
 
@@ -136,11 +140,8 @@ int Stereo::getPreFilterSize() const
 void Stereo::setPreFilterSize(int size)
 {
     require(isOddWithin(size, 5, 255),
-            "setPreFilterSize",
-            "Invalid prefilter size.",
-            "Invalid Prefilter size (",
             size,
-            ").");
+            {"setPreFilterSize", "Invalid prefilter size.", "Invalid Prefilter size ("});
     _preFilterSize = size;
 }
 
@@ -152,11 +153,8 @@ int Stereo::getSpeckleRange() const
 void Stereo::setSpeckleRange(int range)
 {
     require(isWithin(range, 0, 31),
-            "setSpeckleRange",
-            "Invalid speckle range.",
-            "Invalid Speckle range (",
             range,
-            ").");
+            {"setSpeckleRange", "Invalid speckle range.", "Invalid Speckle range ("});
     _speckleRange = range;
 }
 
@@ -168,11 +166,8 @@ int Stereo::getSpeckleWindowSize() const
 void Stereo::setSpeckleWindowSize(int size)
 {
     require(isWithin(size, 0, 1000),
-            "setSpeckleWindowSize",
-            "Invalid speckle window size.",
-            "Invalid Speckle window size (",
             size,
-            ").");
+            {"setSpeckleWindowSize", "Invalid speckle window size.", "Invalid Speckle window size ("});
     _speckleWindowSize = size;
 }
 
@@ -184,11 +179,8 @@ int Stereo::getTextureThreshold() const
 void Stereo::setTextureThreshold(int threshold)
 {
     require(isWithin(threshold, 0, 10000),
-            "setTextureThreshold",
-            "Invalid texture threshold.",
-            "Invalid Texture threshold (",
             threshold,
-            ").");
+            {"setTextureThreshold", "Invalid texture threshold.", "Invalid Texture threshold ("});
     _textureThreshold = threshold;
 }
 
@@ -200,11 +192,8 @@ int Stereo::getUniquenessRatio() const
 void Stereo::setUniquenessRatio(int ratio)
 {
     require(isWithin(ratio, 0, 100),
-            "setUniquenessRatio",
-            "Invalid uniqueness ratio.",
-            "Invalid Uniqueness ratio (",
             ratio,
-            ").");
+            {"setUniquenessRatio", "Invalid uniqueness ratio.", "Invalid Uniqueness ratio ("});
     _uniquenessRatio = ratio;
 }
 
@@ -215,7 +204,7 @@ int Stereo::getP1() const
 
 void Stereo::setP1(int penalty)
 {
-    require(penalty >= 0, "setP1", "Invalid P1.", "Invalid value for P1 (", penalty, ").");
+    require(penalty >= 0, penalty, {"setP1", "Invalid P1.", "Invalid value for P1 ("});
     _P1 = penalty;
 }
 
@@ -226,7 +215,7 @@ int Stereo::getP2() const
 
 void Stereo::setP2(int penalty)
 {
-    require(penalty >= 0, "setP2", "Invalid P2.", "Invalid value for P2 (", penalty, ").");
+    require(penalty >= 0, penalty, {"setP2", "Invalid P2.", "Invalid value for P2 ("});
     _P2 = penalty;
 }
 

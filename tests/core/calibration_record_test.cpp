@@ -47,6 +47,9 @@ TEST(CalibrationRecord, DiffersWhenOneValueDiffersAndLooksNoFurther)
         other.cameraMatrix.release(); // comparing it would throw
         expectDifferent(other, reference);
     }
+    Calibration withNan(reference);
+    withNan.distortion.at<float>(0, 2) = NAN;
+    expectDifferent(withNan, Calibration(withNan));
     Calibration changed(reference);
     for (auto field = std::rbegin(matrixFields); field != std::rend(matrixFields); ++field) {
         Calibration other(changed);
@@ -55,24 +58,6 @@ TEST(CalibrationRecord, DiffersWhenOneValueDiffersAndLooksNoFurther)
         (changed.**field).release(); // so that looking further throws from now on
         EXPECT_THROW((void)(changed == reference), cv::Exception);
         EXPECT_THROW((void)(reference != changed), cv::Exception);
-    }
-}
-
-TEST(CalibrationRecord, ComparesNanAsDifferentAndTheZerosAsEqual)
-{
-    Calibration copy(reference);
-    copy.cameraMatrix.at<float>(0, 1) = -0.0f;
-    EXPECT_TRUE(copy == reference);
-    copy.distortion.at<float>(0, 2) = NAN;
-    expectDifferent(copy, Calibration(copy));
-}
-
-TEST(CalibrationRecord, LeavesMatricesThatCannotBeComparedToOpenCv)
-{
-    for (const cv::Mat& unlike : {cv::Mat(5, 7, CV_32FC1), cv::Mat(3, 3, CV_64FC1)}) {
-        Calibration other(reference);
-        other.cameraMatrix = unlike;
-        EXPECT_THROW((void)(other == reference), cv::Exception);
     }
 }
 

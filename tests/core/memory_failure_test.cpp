@@ -89,15 +89,4 @@ TEST(MemoryFailure, IsReportedBySaveAndLeavesAPartOfAnAssignmentOrLoad)
     EXPECT_EQ(target, fresh);
 }
 
-TEST(MemoryFailure, LeavesTheCacheOfDepthUsable)
-{
-    const cv::Mat disparity(240, 320, CV_32FC1, cv::Scalar(20));
-    // Beforehand, as OpenCV does not survive a failure in its initialisation.
-    const cv::Mat expected = support::OpenStereo(support::makeCalibrations()).computeDepth(disparity);
-    const support::OpenStereo stereo(support::makeCalibrations());
-    cv::Mat points;
-    failEachAllocation([&] { points = stereo.computeDepth(disparity); }, [] {});
-    EXPECT_TRUE(areBitEqual(points, expected));
-}
-
 } // namespace

@@ -29,16 +29,6 @@ void runInThreads(int times, const Work& work)
     }
 }
 
-TEST(Threads, ReadOneCalibrationAtOnce)
-{
-    const vision::Calibration shared = support::makeCalibration(640, 480, 0);
-    const vision::Calibration half = shared.scaleTo(320, 240);
-    runInThreads(50, [&](int) {
-        EXPECT_EQ(vision::Calibration(shared), shared);
-        EXPECT_EQ(shared.scaleTo(320, 240), half);
-    });
-}
-
 TEST(Threads, UseAPipelineEachWhileLoggingChanges)
 {
     cv::Mat image(240, 320, CV_8UC1);
