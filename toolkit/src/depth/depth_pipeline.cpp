@@ -66,7 +66,7 @@ DepthPipeline::DepthPipeline(const Rig& rig, const DepthSettings& settings) : _r
     if (settings.plain) {
         configurePlain(_stereo, rig, settings);
     } else {
-        (void)withDefaults(settings.matcher); // checks them
+        (void)withDefaults(settings.matcher, rig.size.width); // checks them
         configureTransforms(_stereo, rig);
     }
 }

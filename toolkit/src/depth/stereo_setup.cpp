@@ -41,7 +41,7 @@ void setCalibrations(vision::Stereo& stereo, const Rig& rig)
 void configurePlain(vision::Stereo& stereo, const Rig& rig, const DepthSettings& settings)
 {
     requirePlain(settings);
-    (void)withDefaults(settings.matcher); // checks them
+    (void)withDefaults(settings.matcher, rig.size.width); // checks them
     const auto set = [&stereo](void (vision::Stereo::*setter)(int), const std::optional<int>& value) {
         if (value) {
             (stereo.*setter)(*value);

@@ -127,11 +127,11 @@ cv::Mat matchOneWay(const cv::Mat& left, const cv::Mat& right, const SearchRange
     return disparity;
 }
 
-cv::Mat findUnsearched(const cv::Size& size, const SearchRange& range, const MatcherSettings& settings)
+cv::Mat findUnsearched(const cv::Size& size, const SearchRange& range, bool fullWidth)
 {
     // With the full width, a pixel can be searched when one disparity of the range leads into the other image.
-    const int first = settings.fullWidth ? range.minDisparity : blankLeft(range);
-    const int behindLast = size.width + (settings.fullWidth ? range.maxDisparity() : -blankRight(range));
+    const int first = fullWidth ? range.minDisparity : blankLeft(range);
+    const int behindLast = size.width + (fullWidth ? range.maxDisparity() : -blankRight(range));
     cv::Mat unsearched(size, CV_8UC1, cv::Scalar::all(255));
     const cv::Range columns(std::clamp(first, 0, size.width), std::clamp(behindLast, 0, size.width));
     if (columns.start < columns.end) {

@@ -17,7 +17,7 @@ cv::Mat matchOneWay(const cv::Mat& left, const cv::Mat& right, const SearchRange
                     const MatcherSettings& settings);
 
 /// Where matchOneWay() cannot look for matches: `CV_8UC1`, 255 there, otherwise 0.
-cv::Mat findUnsearched(const cv::Size& size, const SearchRange& range, const MatcherSettings& settings);
+cv::Mat findUnsearched(const cv::Size& size, const SearchRange& range, bool fullWidth);
 
 } // namespace vision::toolkit
 

@@ -41,10 +41,14 @@ void fillFromSmaller(const RectifiedPair& pair, const SearchRange& range, const 
     int level = 1;
     for (const int factor : {2, 4}) {
         ++level;
-        cv::Mat disparity = enlarge(
-            matchAtOneSize(shrink(pair, factor), shrink(range, factor), settings, threads), pair.left.size());
+        const RectifiedPair smaller = shrink(pair, factor);
+        const cv::Mat found = matchAtOneSize(
+            smaller, shrink(range, factor), withDefaults(settings, smaller.left.cols), threads);
+        cv::Mat disparity = enlarge(found, pair.left.size());
         dropOutside(disparity, pair);
-        const cv::Mat filled = (matches.levels == 0) & findMatched(disparity);
+        // A smaller image is searched a little beyond the range, as the number of disparities is rounded up.
+        const cv::Mat isInRange = (disparity >= range.minDisparity) & (disparity <= range.maxDisparity());
+        const cv::Mat filled = (matches.levels == 0) & isInRange;
         disparity.copyTo(matches.disparity, filled);
         matches.levels.setTo(level, filled);
     }
@@ -57,13 +61,12 @@ Matches match(const RectifiedPair& pair, const SearchRange& range, const Matcher
 {
     requirePair(pair);
     requireSearchable(range);
-    const MatcherSettings complete = withDefaults(settings);
     Matches matches;
-    matches.disparity = matchAtOneSize(pair, range, complete, threads);
+    matches.disparity = matchAtOneSize(pair, range, withDefaults(settings, pair.left.cols), threads);
     if (settings.dense) {
-        fillFromSmaller(pair, range, complete, threads, matches);
+        fillFromSmaller(pair, range, settings, threads, matches);
     }
-    matches.unsearched = findUnsearched(pair.left.size(), range, complete);
+    matches.unsearched = findUnsearched(pair.left.size(), range, settings.fullWidth);
     if (!pair.leftValid.empty()) {
         matches.unsearched.setTo(255, pair.leftValid == 0);
     }

@@ -56,6 +56,30 @@ void requireValid(const MatcherSettings& settings)
     require(settings.textureThreshold, {"texture threshold", 0, 10000, false});
 }
 
+/// What is best over the images of docs/accuracy.md.
+struct Defaults
+{
+    int windows[3]; ///< for images of the usual size, about half and about a quarter of it
+    int uniqueness;
+    int preFilterCap;
+    int speckleWindow;
+    int speckleRange;
+};
+
+const Defaults& defaultsOf(Algorithm algorithm)
+{
+    static constexpr Defaults bm{{19, 13, 9}, 3, 42, 200, 8};
+    static constexpr Defaults sgbm{{15, 11, 9}, 2, 31, 200, 2};
+    static constexpr Defaults sgm{{5, 5, 5}, 4, 63, 200, 1};
+    return algorithm == Algorithm::Bm ? bm : algorithm == Algorithm::Sgbm ? sgbm : sgm;
+}
+
+int chooseWindow(const Defaults& defaults, int width)
+{
+    constexpr int usualWidth = 480; // px, the smallest one that counts as usual
+    return defaults.windows[width >= usualWidth ? 0 : width >= usualWidth / 2 ? 1 : 2];
+}
+
 void setMissing(std::optional<int>& value, int byDefault)
 {
     value = value.value_or(byDefault);
@@ -64,8 +88,8 @@ void setMissing(std::optional<int>& value, int byDefault)
 void setMissingPenalties(MatcherSettings& settings)
 {
     const int area = *settings.window * *settings.window;
-    const int p1 = settings.p1.value_or(8 * area);
-    const int p2 = settings.p2.value_or(32 * area);
+    const int p1 = settings.p1.value_or(10 * area);
+    const int p2 = settings.p2.value_or(64 * area);
     if (p1 >= p2) {
         throw Failure("p1 (" + std::to_string(p1) + ") must be below p2 (" + std::to_string(p2) + ")");
     }
@@ -75,17 +99,17 @@ void setMissingPenalties(MatcherSettings& settings)
 
 } // namespace
 
-MatcherSettings withDefaults(const MatcherSettings& settings)
+MatcherSettings withDefaults(const MatcherSettings& settings, int width)
 {
     requireValid(settings);
     MatcherSettings complete = settings;
-    const bool isSgm = settings.algorithm == Algorithm::Sgm;
-    setMissing(complete.window, isSgm ? 5 : 21);
-    setMissing(complete.uniqueness, isSgm ? 5 : 2);
-    setMissing(complete.preFilterCap, isSgm ? 63 : 31);
-    setMissing(complete.speckleWindow, isSgm ? 100 : 400);
-    setMissing(complete.speckleRange, isSgm ? 31 : 10);
-    if (isSgm) {
+    const Defaults& defaults = defaultsOf(settings.algorithm);
+    setMissing(complete.window, chooseWindow(defaults, width));
+    setMissing(complete.uniqueness, defaults.uniqueness);
+    setMissing(complete.preFilterCap, defaults.preFilterCap);
+    setMissing(complete.speckleWindow, defaults.speckleWindow);
+    setMissing(complete.speckleRange, defaults.speckleRange);
+    if (settings.algorithm == Algorithm::Sgm) {
         setMissingPenalties(complete);
     }
     if (settings.algorithm == Algorithm::Bm) {

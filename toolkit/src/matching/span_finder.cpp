@@ -47,16 +47,18 @@ std::optional<DisparitySpan> findSpan(const RectifiedPair& pair, double lowestPo
     constexpr double searchedShare = 0.6; // of the width
     constexpr double fewestMatched = 0.02;
     constexpr double lowRank = 0.005;
-    constexpr double highRank = 0.99;
+    constexpr double highRank = 0.998;
     constexpr double growth = 1.08;
     constexpr double margin = 8; // px
 
     const int factor = findFactor(pair.left.cols);
     const RectifiedPair smaller = shrink(pair, factor);
     MatcherSettings settings;
+    settings.speckleWindow = 60; // so that a near thing counts if it is about 30 px wide at full size
     const double lowest = std::floor(lowestPossible / factor);
     const SearchRange range = coverDisparities(lowest, std::max(searchedShare * smaller.left.cols, lowest));
-    std::vector<float> matched = collectMatched(matchAtOneSize(smaller, range, withDefaults(settings), 1));
+    std::vector<float> matched =
+        collectMatched(matchAtOneSize(smaller, range, withDefaults(settings, smaller.left.cols), 1));
     if (static_cast<double>(matched.size()) < fewestMatched * static_cast<double>(smaller.left.total())) {
         return std::nullopt;
     }

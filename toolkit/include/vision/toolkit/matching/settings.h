@@ -20,8 +20,8 @@ struct MatcherSettings
 {
     Algorithm algorithm = Algorithm::Sgm;
     std::optional<int> window;     ///< edge length of the compared blocks, px; odd, 5 to 255, of sgm 1 to 21
-    std::optional<int> p1;         ///< sgm only: penalty of a disparity change of 1; default 8 window^2
-    std::optional<int> p2;         ///< sgm only: penalty of a larger one, above p1; default 32 window^2
+    std::optional<int> p1;         ///< sgm only: penalty of a disparity change of 1; default 10 window^2
+    std::optional<int> p2;         ///< sgm only: penalty of a larger one, above p1; default 64 window^2
     std::optional<int> uniqueness; ///< percent by which the best match must beat the others; 0 to 100
     std::optional<int> preFilterCap;  ///< clipping value of prefiltered pixels; 1 to 63
     std::optional<int> preFilterSize; ///< bm only: edge length of the prefilter's window, px; odd, 5 to 255
@@ -35,8 +35,9 @@ struct MatcherSettings
 };
 
 /// Gives every value that is missing the default of the algorithm. P1 and P2 stay empty for bm and sgbm.
+/// @param width of the images, px: smaller ones get smaller windows
 /// @throws Failure when a value is out of range or does nothing for the algorithm
-VISION_TOOLKIT_EXPORT MatcherSettings withDefaults(const MatcherSettings& settings);
+VISION_TOOLKIT_EXPORT MatcherSettings withDefaults(const MatcherSettings& settings, int width);
 
 } // namespace vision::toolkit
 
