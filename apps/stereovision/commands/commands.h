@@ -20,6 +20,7 @@ struct Command
 };
 
 Command addCalibrate(CLI::App& program);
+Command addCheck(CLI::App& program);
 Command addDepth(CLI::App& program);
 Command addEvaluate(CLI::App& program);
 Command addInfo(CLI::App& program);

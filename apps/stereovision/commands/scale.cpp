@@ -1,7 +1,6 @@
 #include "commands/commands.h"
 #include "options/output_options.h"
 
-#include <vision/toolkit/calibration/faults.h>
 #include <vision/toolkit/calibration/pair_file.h>
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/text.h>
@@ -26,11 +25,7 @@ struct ScaleOptions
 
 vision::Calibration scale(const std::string& file, const cv::Size& size)
 {
-    const vision::Calibration calibration = loadCalibration(file);
-    const Notes faults = findFaults(calibration);
-    if (!faults.empty()) {
-        throw Failure(file + ": is no usable calibration: " + faults.front().text);
-    }
+    const vision::Calibration calibration = loadUsable(file);
     try {
         return calibration.scaleTo(size.width, size.height);
     } catch (const std::invalid_argument&) {

@@ -34,16 +34,6 @@ void requireReadable(const std::string& file)
     }
 }
 
-Calibration loadUsable(const std::string& file)
-{
-    Calibration calibration = loadCalibration(file);
-    const Notes faults = findFaults(calibration);
-    if (!faults.empty()) {
-        throw Failure(file + ": is no usable calibration: " + faults.front().text);
-    }
-    return calibration;
-}
-
 bool isSame(const std::filesystem::path& file, const Calibration& calibration)
 {
     try {
@@ -65,6 +55,16 @@ Calibration loadCalibration(const std::string& file)
         calibration.load(file);
     } catch (const std::exception& error) {
         throw Failure(file + ": is no calibration file, or a broken one: " + describe(error) + remedy);
+    }
+    return calibration;
+}
+
+Calibration loadUsable(const std::string& file)
+{
+    Calibration calibration = loadCalibration(file);
+    const Notes faults = findFaults(calibration);
+    if (!faults.empty()) {
+        throw Failure(file + ": is no usable calibration: " + faults.front().text);
     }
     return calibration;
 }

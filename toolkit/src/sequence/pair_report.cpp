@@ -1,29 +1,10 @@
 #include <vision/toolkit/sequence/pair_report.h>
 
-#include <nlohmann/json.hpp>
-
-#include <cmath>
+#include "json/json.h"
 
 namespace vision::toolkit {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-/// JSON has no NaN.
-Json numberOrNull(double value, bool isKnown = true)
-{
-    return isKnown && std::isfinite(value) ? Json(value) : Json(nullptr);
-}
-
-Json listNotes(const Notes& notes)
-{
-    Json list = Json::array();
-    for (const auto& [code, text] : notes) {
-        list.push_back({{"code", code}, {"text", text}});
-    }
-    return list;
-}
 
 Json describeResult(const PairReport& report)
 {
@@ -60,8 +41,7 @@ std::string toJson(const PairReport& report)
     } else {
         json = describeResult(report);
     }
-    // A file name need not be UTF-8.
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return printLine(json);
 }
 
 } // namespace vision::toolkit

@@ -20,6 +20,10 @@ struct CalibrationPair
 /// @throws Failure naming the file when it is missing or no calibration file
 VISION_TOOLKIT_EXPORT Calibration loadCalibration(const std::string& file);
 
+/// Loads a calibration and checks it on its own.
+/// @throws Failure naming the file when it is missing, broken or has a fault (findFaults())
+VISION_TOOLKIT_EXPORT Calibration loadUsable(const std::string& file);
+
 /// Loads the calibrations of both cameras and checks that they can be used together.
 /// @throws Failure naming the file when one is missing, broken, incomplete or does not fit the other
 VISION_TOOLKIT_EXPORT CalibrationPair loadCalibrations(const std::string& leftFile,

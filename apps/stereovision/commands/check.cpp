@@ -1,0 +1,151 @@
+#include "commands/commands.h"
+#include "options/output_options.h"
+#include "options/pair_options.h"
+#include "options/rig_options.h"
+
+#include <vision/toolkit/calibration/pair_file.h>
+#include <vision/toolkit/failure.h>
+#include <vision/toolkit/text.h>
+#include <vision/toolkit/trust/check.h>
+#include <vision/toolkit/trust/check_report.h>
+#include <vision/toolkit/trust/correction.h>
+
+#include <cmath>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+using namespace vision::toolkit;
+
+namespace {
+
+struct CheckOptions
+{
+    PairInput input;
+    CalibrationFiles calibrations;
+    bool json = false;
+    bool correct = false;
+    OutputOptions output;
+};
+
+/// Pairs that cannot be read are told and left out.
+std::vector<PairCheck> checkPairs(PairSequence& pairs, const CalibrationPair& calibrations, Console& console)
+{
+    std::vector<PairCheck> checks;
+    console.startProgress("checking pairs", pairs.size());
+    for (std::size_t pair = 0; pair < pairs.size(); ++pair) {
+        try {
+            checks.push_back(checkPair(pairs.name(pair), toEightBits(pairs.take(pair)()), calibrations));
+        } catch (const std::exception& error) {
+            console.error(describe(error));
+        }
+        console.advanceProgress();
+    }
+    if (checks.empty()) {
+        throw Failure("no pair could be checked");
+    }
+    return checks;
+}
+
+void print(const std::vector<PairCheck>& pairs, const CalibrationCheck& check, Console& console)
+{
+    const auto px = [](double value) {
+        return std::isfinite(value) ? formatFixed(value, 2) + " px" : "unknown";
+    };
+    for (const PairCheck& pair : pairs) {
+        console.result(pair.name + ": row offset " + px(pair.rows.median) + ", spread " +
+                       px(pair.rows.spread) + ", " + std::to_string(pair.rows.matched) + " of " +
+                       std::to_string(pair.rows.features) + " points");
+    }
+    console.result("verdict: " + nameOf(check.verdict));
+    console.result("row offset: median " + px(check.rows.median) + ", spread " + px(check.rows.spread) +
+                   ", rms " + px(check.rms));
+    console.result("trend from the first to the last pair: " + px(check.trend));
+    for (std::size_t row = 0; row < 3; ++row) {
+        std::string line = row == 0 ? "row offset by region: " : "                      ";
+        for (std::size_t column = 0; column < 3; ++column) {
+            const RegionOffset& region = check.regions[3 * row + column];
+            line += (column == 0 ? "" : ", ") + px(region.median);
+        }
+        console.result(line);
+    }
+    if (check.rotation) {
+        console.result("rotation of the right camera: " + describeRotation(*check.rotation) +
+                       " degrees (yaw is poorly seen by rows, the scale not at all)");
+    }
+}
+
+/// Takes the rotation seen in every other pair into the calibration, if that improves the pairs between.
+void correct(const std::vector<PairCheck>& pairs, const CalibrationPair& calibrations,
+             const OutputOptions& options, Console& console)
+{
+    const Correction correction = makeCorrection(pairs, calibrations);
+    console.result("row offset of the pairs held back: " + formatFixed(correction.before, 2) +
+                   " px before, " + formatFixed(correction.after, 2) + " px after the correction");
+    if (!correction.improves()) {
+        throw Failure(
+            "--correct: the pairs that were held back do not get better; nothing is written. Make a new "
+            "calibration with 'stereovision calibrate'");
+    }
+    const OutputFolder folder(options.folder, options.force);
+    OutputFiles output(folder);
+    saveCalibration(calibrations.left, "left.yml", output);
+    saveCalibration(correction.right, "right.yml", output);
+    for (const auto& file : output.commit()) {
+        console.result("wrote " + file.string());
+    }
+}
+
+ExitCode runCheck(const CheckOptions& options, Console& console)
+{
+    if (options.correct == options.output.folder.empty()) {
+        throw Failure(
+            "--correct needs --output, the folder for the corrected calibration, and the other way round");
+    }
+    const CalibrationPair calibrations{loadUsable(options.calibrations.left),
+                                       loadUsable(options.calibrations.right)};
+    const auto sequence = openPairs(options.input);
+    const std::vector<PairCheck> pairs = checkPairs(*sequence, calibrations, console);
+    const CalibrationCheck check = judgeCalibration(pairs, calibrations);
+    if (options.json) {
+        console.result(toJson(pairs, check));
+    } else {
+        print(pairs, check, console);
+    }
+    console.notes(check.reasons);
+    if (options.correct && check.verdict != CheckVerdict::Foreign) {
+        correct(pairs, calibrations, options.output, console);
+    }
+    return check.verdict == CheckVerdict::Holds ? ExitCode::AllDone : ExitCode::SomeFailed;
+}
+
+} // namespace
+
+Command addCheck(CLI::App& program)
+{
+    CLI::App* app = program.add_subcommand(
+        "check", "Tell from fresh pairs, without a board, whether a calibration still holds");
+    auto options = std::make_shared<CheckOptions>();
+    addPairOptions(*app, options->input);
+    addCalibrationOptions(*app, options->calibrations);
+    app->get_option("--left-calibration")->required();
+    app->get_option("--right-calibration")->required();
+    app->add_flag("--json", options->json, "Print the result as one JSON object")->group("Results");
+    app->add_flag("--correct",
+                  options->correct,
+                  "Take the rotation into the calibration, if that improves pairs that "
+                  "were held back")
+        ->group("Results");
+    addOutputOptions(*app, "the corrected left.yml and right.yml", options->output);
+    app->get_option("--output")->required(false);
+    app->footer(
+        "Ten pairs and more, with structure in all parts of the image, tell most. Exit code 0 when the "
+        "calibration\nholds, 1 when it has drifted or does not belong to the images.\n\n"
+        "Example: stereovision check --left-calibration left.yml --right-calibration right.yml --left "
+        "'left*.jpg' --right 'right*.jpg'");
+    return {app, [options](Console& console) { return runCheck(*options, console); }};
+}
+
+} // namespace tool

@@ -1,0 +1,69 @@
+#include "tool/tool_fixture.h"
+
+#include <nlohmann/json.hpp>
+
+using namespace support;
+using testing::HasSubstr;
+
+namespace {
+
+using Check = Tool;
+
+/// From the seven first pairs to the six others, as they are and as if the right camera had moved.
+TEST_F(Check, HoldsDriftsOrDoesNotBelongOnRealPairs)
+{
+    const std::string others = "{08,09,11,12,13,14}";
+    run("bash -c 'tool() { \"" STEREOVISION_TOOL
+        "\" \"$@\"; }; tool calibrate --board 9x6 --square 25mm --output seven "
+        "--left images/left0[1-7].jpg --right images/right0[1-7].jpg; tool calibrate --board 9x6 --square "
+        "25mm "
+        "--output four --left images/left0[1-4].jpg --right images/right0[1-4].jpg; mkdir l r; "
+        "cp images/left" +
+            others + ".jpg l; cp images/right" + others + ".jpg r'",
+        0,
+        testing::_);
+    std::filesystem::create_directories(path("lowered"));
+    std::filesystem::create_directories(path("turned"));
+    for (const auto& file : std::filesystem::directory_iterator(path("r"))) {
+        const cv::Mat image = cv::imread(file.path().string(), cv::IMREAD_GRAYSCALE);
+        const std::string name = file.path().stem().string() + ".png";
+        cv::Mat moved;
+        cv::warpAffine(image, moved, cv::Matx23d(1, 0, 0, 0, 1, 1), image.size(), cv::INTER_CUBIC);
+        cv::imwrite(path("lowered/" + name), moved);
+        const cv::Mat turn = cv::getRotationMatrix2D({319.5f, 239.5f}, 0.2, 1);
+        cv::warpAffine(image, moved, turn, image.size(), cv::INTER_CUBIC);
+        cv::imwrite(path("turned/" + name), moved);
+    }
+    const std::string check = "tool check --left l --left-calibration seven/left.yml --right-calibration ";
+    const auto json = [&](const std::string& options, int code) {
+        return nlohmann::json::parse(run(check + options + " --json", code, testing::_));
+    };
+    const auto holds = json("seven/right.yml --right r", 0);
+    EXPECT_EQ(holds["verdict"], "holds");
+    EXPECT_LT(std::abs(holds["rowOffsetMedian"].get<double>()), 0.2);
+
+    constexpr double within = 0.25; // of what was done
+    const auto lowered = json("seven/right.yml --right lowered", 1);
+    EXPECT_EQ(lowered["verdict"], "drifted");
+    EXPECT_NEAR(lowered["rowOffsetMedian"].get<double>(), 1, within);
+    const auto turned = json("seven/right.yml --right turned", 1);
+    EXPECT_EQ(turned["verdict"], "drifted");
+    EXPECT_NEAR(std::abs(turned["rotation"]["roll"].get<double>()), 0.2, within * 0.2);
+    for (const std::string moved : {"lowered", "turned"}) {
+        run(check + "seven/right.yml --right " + moved + " --correct --output fixed --force",
+            1,
+            testing::_,
+            HasSubstr("wrote fixed/right.yml"));
+        const auto fixed = nlohmann::json::parse(
+            run("tool check --left l --right " + moved +
+                    " --left-calibration fixed/left.yml --right-calibration fixed/right.yml --json",
+                0,
+                testing::_));
+        EXPECT_LT(std::abs(fixed["rowOffsetMedian"].get<double>()), 0.25);
+    }
+    EXPECT_EQ(json("four/right.yml --right r", 1)["verdict"], "foreign");
+    run(check + "seven/right.yml --right r --correct", 2, HasSubstr("--output"));
+    run(check + "none.yml --right r", 2, HasSubstr("none.yml"));
+}
+
+} // namespace

@@ -1,0 +1,73 @@
+#include <vision/toolkit/trust/check_report.h>
+
+#include "json/json.h"
+
+#include <vision/toolkit/text.h>
+
+namespace vision::toolkit {
+
+namespace {
+
+constexpr const char* axes[] = {"pitch", "yaw", "roll"};
+
+double toDegrees(double radians)
+{
+    return radians * 180 / CV_PI;
+}
+
+Json listRotation(const Rotation& rotation)
+{
+    Json json;
+    for (int axis = 0; axis < 3; ++axis) {
+        json[axes[axis]] = toDegrees(rotation.angles[axis]);
+        json[std::string(axes[axis]) + "Uncertainty"] = toDegrees(rotation.uncertainty[axis]);
+    }
+    return json;
+}
+
+} // namespace
+
+std::string nameOf(CheckVerdict verdict)
+{
+    return verdict == CheckVerdict::Holds     ? "holds"
+           : verdict == CheckVerdict::Drifted ? "drifted"
+                                              : "foreign";
+}
+
+std::string describeRotation(const Rotation& rotation)
+{
+    std::string text;
+    for (int axis = 0; axis < 3; ++axis) {
+        text += std::string(axis == 0 ? "" : ", ") + axes[axis] + " " +
+                formatFixed(toDegrees(rotation.angles[axis]), 3) + " +- " +
+                formatFixed(toDegrees(rotation.uncertainty[axis]), 3);
+    }
+    return text;
+}
+
+std::string toJson(const std::vector<PairCheck>& pairs, const CalibrationCheck& check)
+{
+    Json json;
+    json["verdict"] = nameOf(check.verdict);
+    json["reasons"] = listNotes(check.reasons);
+    json["rowOffsetMedian"] = numberOrNull(check.rows.median);
+    json["rowOffsetSpread"] = numberOrNull(check.rows.spread);
+    json["rowOffsetRms"] = check.rms;
+    json["trend"] = check.trend;
+    json["regions"] = Json::array();
+    for (const RegionOffset& region : check.regions) {
+        json["regions"].push_back(numberOrNull(region.median));
+    }
+    json["rotation"] = check.rotation ? listRotation(*check.rotation) : Json(nullptr);
+    json["pairs"] = Json::array();
+    for (const PairCheck& pair : pairs) {
+        json["pairs"].push_back({{"name", pair.name},
+                                 {"rowOffsetMedian", numberOrNull(pair.rows.median)},
+                                 {"rowOffsetSpread", numberOrNull(pair.rows.spread)},
+                                 {"matched", pair.rows.matched},
+                                 {"features", pair.rows.features}});
+    }
+    return printLine(json);
+}
+
+} // namespace vision::toolkit
