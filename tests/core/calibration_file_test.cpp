@@ -11,7 +11,10 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-/// One text for each field, in the order of declaration, matrices with all digits.
+/// In the order of declaration.
+const Lines keys{"width", "height", "cameraMatrix", "distortion", "rectificationMatrix", "projectionMatrix"};
+
+/// One text for each field, matrices with all digits.
 Lines fieldsOf(const Calibration& calibration)
 {
     Lines fields{std::to_string(calibration.width), std::to_string(calibration.height)};
@@ -26,25 +29,18 @@ Lines fieldsOf(const Calibration& calibration)
 class CalibrationFile : public testing::Test
 {
 protected:
-    CalibrationFile()
+    /// Writes the entries of the stored record, last one first, but 7 under this key instead of one of them.
+    void writeOdd(std::size_t replaced, const std::string& key) const
     {
-        _stored.save(_file);
-        std::ifstream stream(_file);
-        for (std::string line; std::getline(stream, line);) {
-            if (line[0] == ' ') {
-                _entries.back() += '\n' + line;
-            } else if (line[0] != '%' && line[0] != '-') {
-                _entries.push_back(line);
+        cv::FileStorage storage(_file, cv::FileStorage::WRITE);
+        for (std::size_t i = keys.size(); i-- > 0;) {
+            if (i == replaced) {
+                storage << key << 7;
+            } else if (i < 2) {
+                storage << keys[i] << (i == 0 ? _stored.width : _stored.height);
+            } else {
+                storage << keys[i] << _stored.*matrixFields.begin()[i - 2];
             }
-        }
-    }
-
-    void write(const Lines& entries) const
-    {
-        std::ofstream stream(_file);
-        stream << "%YAML:1.0\n---\n";
-        for (const std::string& entry : entries) {
-            stream << entry << '\n';
         }
     }
 
@@ -56,7 +52,7 @@ protected:
         const std::string text = textThrownBy<cv::Exception>(load);
         const std::string logged = "Cannot read calibration file \"" + _file + "\": " + text;
         expectRefusal<cv::Exception>(load, text, {calibrationError("load", logged)});
-        for (std::size_t i = 0; i < 6; ++i) {
+        for (std::size_t i = 0; i < keys.size(); ++i) {
             EXPECT_EQ(fieldsOf(loaded)[i], fieldsOf(i < fieldsRead ? _stored : _other)[i]);
         }
     }
@@ -65,7 +61,6 @@ protected:
     const Calibration _other = makeCalibration(320, 240, 1);
     const ScratchFolder _folder;
     const std::string _file = _folder.path() + "/camera.yml";
-    Lines _entries; ///< of the saved file, each with the lines that belong to it
 };
 
 TEST_F(CalibrationFile, RoundTripIsExactInEveryFormatAndIsLogged)
@@ -83,51 +78,40 @@ TEST_F(CalibrationFile, RoundTripIsExactInEveryFormatAndIsLogged)
     }
     for (const std::string extension : {".yml", ".xml", ".json", ".yml.gz"}) {
         RecordedLog log;
-        stored.save(_file + extension);
+        const std::string file = _file + extension;
+        stored.save(file);
         EXPECT_EQ(log.take(), saving);
+        EXPECT_EQ(cv::FileStorage(file, cv::FileStorage::READ).root().keys(), keys);
         Calibration loaded(_other);
-        loaded.load(_file + extension);
+        loaded.load(file);
         EXPECT_TRUE(loaded == stored);
         const Lines fields = fieldsOf(stored);
-        EXPECT_EQ(log.take(),
-                  LogEntries{calibrationVerbose(
-                      "load",
-                      "Load calibration file: \"" + _file + extension + "\"\nWidth: 640\nHeight: 480" +
-                          "\nCamera matrix: " + fields[2] + "\nDistortion: " + fields[3] +
-                          "\nRectification matrix: " + fields[4] + "\nProjection matrix: " + fields[5])});
+        const std::string text = "Load calibration file: \"" + file + "\"\nWidth: 640\nHeight: 480" +
+                                 "\nCamera matrix: " + fields[2] + "\nDistortion: " + fields[3] +
+                                 "\nRectification matrix: " + fields[4] + "\nProjection matrix: " + fields[5];
+        EXPECT_EQ(log.take(), LogEntries{calibrationVerbose("load", text)});
     }
 }
 
-TEST_F(CalibrationFile, HoldsSixEntriesThatAreFoundByNameAndMayBeMissing)
+TEST_F(CalibrationFile, TakesMissingEntriesAndKeepsTheFieldsBeforeARefusedOne)
 {
-    const Lines keys{
-        "width", "height", "cameraMatrix", "distortion", "rectificationMatrix", "projectionMatrix"};
-    ASSERT_EQ(_entries.size(), keys.size());
     for (std::size_t i = 0; i < keys.size(); ++i) {
-        EXPECT_EQ(_entries[i].substr(0, _entries[i].find(':')), keys[i]);
-        Lines others(_entries.rbegin(), _entries.rend());
-        others[keys.size() - 1 - i] = "unknown: 7";
-        write(others);
+        SCOPED_TRACE(keys[i]);
+        writeOdd(i, "unknown");
         Calibration loaded(_other);
         loaded.load(_file);
         Lines expected = fieldsOf(_stored);
         expected[i] = fieldsOf(Calibration())[i];
         EXPECT_EQ(fieldsOf(loaded), expected);
+        if (i >= 2) {
+            writeOdd(i, keys[i]); // no matrix
+            expectLoadRefused(i);
+        }
     }
-}
-
-TEST_F(CalibrationFile, KeepsTheFieldsReadBeforeWhatCannotBeRead)
-{
-    for (std::size_t bad = 2; bad < _entries.size(); ++bad) {
-        Lines damaged = _entries;
-        damaged[bad] = damaged[bad].substr(0, damaged[bad].find(':')) + ": 7"; // no matrix
-        write(damaged);
-        expectLoadRefused(bad);
+    for (const char* const document : {"%YAML:1.0\n---\nwidth: [640\n", "no calibration\n"}) {
+        std::ofstream(_file) << document;
+        expectLoadRefused(0);
     }
-    write({"width: [640"});
-    expectLoadRefused(0);
-    std::ofstream(_file) << "no calibration\n";
-    expectLoadRefused(0);
 }
 
 TEST_F(CalibrationFile, RefusesNamesThatAreEmptyOrCannotBeOpened)
