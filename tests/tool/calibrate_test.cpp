@@ -88,7 +88,6 @@ TEST_F(Calibrate, SkipsPairsThatCannotBeUsed)
 TEST_F(Calibrate, SaysWhatToChangeAndWritesNothing)
 {
     const std::pair<std::string, std::string> rows[] = {
-        {"calibrate --left images/right0[1-4].jpg --right images/left0[1-4].jpg", "swap"},
         {"SQUARE=25 calibrate --left l.png --right r.png", "--square"},
         {"BOARD=9 calibrate --left l.png --right r.png", "--board"},
         {"BOARD=9x2 calibrate --left l.png --right r.png", "--board"},

@@ -9,6 +9,13 @@ using namespace vision::toolkit;
 
 namespace {
 
+Board makeBoard(const cv::Size& size)
+{
+    Board board;
+    board.size = size;
+    return board;
+}
+
 /// A chessboard of 10 x 7 squares with that edge in px, turned a little, on white; and its inner corners.
 std::pair<cv::Mat, Corners> makeBoardImage(const cv::Size& size, int edge)
 {
@@ -32,7 +39,7 @@ std::pair<cv::Mat, Corners> makeBoardImage(const cv::Size& size, int edge)
     return {image, corners};
 }
 
-TEST(Board, IsFoundInImagesOfAnySize)
+TEST(BoardInImages, IsFoundInImagesOfAnySize)
 {
     const std::pair<cv::Size, int> rows[] = {
         {{640, 480}, 40},
@@ -41,14 +48,14 @@ TEST(Board, IsFoundInImagesOfAnySize)
     };
     for (const auto& [size, edge] : rows) {
         const auto [image, expected] = makeBoardImage(size, edge);
-        Corners found = findBoard(image, {9, 6});
+        Corners found = findBoard(image, makeBoard({9, 6}), Effort::Quick).corners;
         ASSERT_EQ(found.size(), expected.size()) << size << ", squares of " << edge << " px";
         if (cv::norm(found.front() - expected.front()) > edge) {
             std::reverse(found.begin(), found.end());
         }
         EXPECT_LT(cv::norm(found, expected, cv::NORM_INF), 0.1) << size << ", squares of " << edge << " px";
     }
-    EXPECT_TRUE(findBoard(makeBoardImage({640, 480}, 40).first, {8, 6}).empty());
+    EXPECT_TRUE(findBoard(makeBoardImage({640, 480}, 40).first, makeBoard({8, 6}), Effort::Thorough).empty());
 }
 
 } // namespace

@@ -1,0 +1,71 @@
+#include "options/board_options.h"
+
+#include "options/length.h"
+
+#include <vision/toolkit/failure.h>
+
+#include <algorithm>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace tool {
+
+using namespace vision::toolkit;
+
+void addBoardOptions(CLI::App& app, Board& board)
+{
+    constexpr const char* group = "Board";
+    const auto setSize = [&board](const std::vector<int>& counts) {
+        constexpr int fewest = 3; // what OpenCV's detectors take
+        constexpr int most = 200;
+        const auto fits = [](int count) { return fewest <= count && count <= most; };
+        if (counts.size() != 2 || !std::all_of(counts.begin(), counts.end(), fits)) {
+            throw CLI::ValidationError("--board",
+                                       "give the board's inner corners as COLUMNSxROWS, each at least " +
+                                           std::to_string(fewest) + ", such as 9x6");
+        }
+        board.size = {counts.front(), counts.back()};
+    };
+    app.add_option_function<std::vector<int>>(
+           "--board", setSize, "Inner corners of the chessboard, or circles: COLUMNSxROWS")
+        ->required()
+        ->delimiter('x')
+        ->type_name("SIZE")
+        ->group(group);
+    takeLength(app.add_option("--square",
+                              board.spacing,
+                              "Edge of a square with its unit (mm, cm, m); distance of two circles, "
+                              "asymmetric: half of it along a row"),
+               Unit::Required)
+        ->required()
+        ->group(group);
+    const std::map<std::string, Pattern> patterns{{"chessboard", Pattern::Chessboard},
+                                                  {"circles", Pattern::Circles},
+                                                  {"asymmetric-circles", Pattern::AsymmetricCircles},
+                                                  {"charuco", Pattern::Charuco}};
+    app.add_option("--pattern", board.pattern, "chessboard, circles, asymmetric-circles or charuco")
+        ->transform(CLI::Transformer(patterns))
+        ->default_str("chessboard")
+        ->type_name("NAME")
+        ->group(group);
+    takeLength(app.add_option("--marker", board.markerSize, "charuco: edge of a marker with its unit"),
+               Unit::Required)
+        ->group(group);
+    app.add_option("--dictionary", board.dictionary, "charuco: dictionary, such as DICT_4X4_50")
+        ->type_name("NAME")
+        ->group(group);
+}
+
+void requireComplete(const Board& board)
+{
+    if (board.pattern == Pattern::Charuco && (board.markerSize == 0 || board.dictionary.empty())) {
+        throw Failure("--pattern charuco needs --marker and --dictionary: give the edge of a marker, such as "
+                      "18mm, and the dictionary that the board was made with, such as DICT_4X4_50");
+    }
+    if (board.markerSize >= board.spacing) {
+        throw Failure("--marker: markers lie within the squares, so give less than --square");
+    }
+}
+
+} // namespace tool

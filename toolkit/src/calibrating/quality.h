@@ -1,0 +1,39 @@
+/// @file
+/// Figures that tell whether a fit can be trusted.
+#ifndef VISION_TOOLKIT_CALIBRATING_QUALITY_H
+#define VISION_TOOLKIT_CALIBRATING_QUALITY_H
+
+#include "calibrating/settling.h"
+
+#include <vision/toolkit/calibrating/calibration_report.h>
+
+#include <vector>
+
+namespace vision::toolkit {
+
+enum class Side
+{
+    Left,
+    Right,
+};
+
+/// Coverage and residuals in the images of one camera; the valid area is left at 0.
+CameraQuality measureCamera(const std::vector<const SettledView*>& used, const cv::Size& imageSize,
+                            Side side);
+
+/// The share of a rectified image for which the camera's image has pixels.
+double measureValidArea(const Calibration& record);
+
+/// The angle between a board and the image plane, degrees.
+double findTilt(const BoardPose& pose);
+
+/// The largest angle between two positions of the board, degrees.
+double findTiltRange(const std::vector<const SettledView*>& used);
+
+/// Row errors and the re-measured distances of neighbouring points.
+void measureRectified(const std::vector<const SettledView*>& used, const Board& board,
+                      CalibrationResult& result);
+
+} // namespace vision::toolkit
+
+#endif
