@@ -79,15 +79,4 @@ std::optional<ColourRange> findColourRange(const cv::Mat& values)
     return widen(std::max(low - more, double{sample.least}), std::min(high + more, double{sample.largest}));
 }
 
-DepthOfDisparity makeDepthOfDisparity(const vision::Stereo& stereo, const cv::Size& size)
-{
-    const auto [left, right] = stereo.getCalibrations();
-    const cv::Mat leftProjection = left.scaleTo(size.width, size.height).projectionMatrix;
-    const cv::Mat rightProjection = right.scaleTo(size.width, size.height).projectionMatrix;
-    const double atInfinity =
-        double{leftProjection.at<float>(0, 2)} - double{rightProjection.at<float>(0, 2)};
-    const double focalTimesBaseline = -double{rightProjection.at<float>(0, 3)};
-    return [=](double disparity) { return focalTimesBaseline / (disparity - atInfinity); };
-}
-
 } // namespace vision::toolkit

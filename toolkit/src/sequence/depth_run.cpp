@@ -1,5 +1,6 @@
 #include <vision/toolkit/sequence/depth_run.h>
 
+#include "sequence/distinct_names.h"
 #include "sequence/pool.h"
 
 #include <vision/toolkit/depth/depth_pipeline.h>
@@ -11,26 +12,12 @@
 #include <vision/toolkit/trust/row_verdict.h>
 
 #include <algorithm>
-#include <map>
+#include <cmath>
 #include <utility>
 
 namespace vision::toolkit {
 
 namespace {
-
-void requireDistinctNames(const PairSequence& pairs)
-{
-    std::map<std::string, std::size_t> places;
-    for (std::size_t pair = 0; pair < pairs.size(); ++pair) {
-        const auto [first, isNew] = places.emplace(pairs.name(pair), pair);
-        if (!isNew) {
-            throw Failure(
-                pairs.images(first->second).left + " and " + pairs.images(pair).left + " would both write " +
-                first->first +
-                "-disparity.png and so on: process them one by one with different --output folders");
-        }
-    }
-}
 
 /// Finds what occurs in the whole sequence. Pairs that cannot be read say so when their turn comes.
 std::optional<DisparitySpan> findSpan(PairSequence& pairs, const DepthRun& run,
@@ -76,8 +63,9 @@ PictureScale makeScale(const DepthRun& run, const cv::Size& size, const std::opt
     if (scale.disparity && depthScale) {
         const double nearest = depthScale->depthAt(scale.disparity->high);
         const double farthest = depthScale->depthAt(scale.disparity->low);
-        if (0 < nearest && nearest < farthest) { // otherwise the span reaches infinity
-            scale.depth = {nearest, farthest};
+        constexpr double far = 10; // times the nearest depth, when the span reaches infinity
+        if (nearest > 0) {
+            scale.depth = {nearest, nearest < farthest && std::isfinite(farthest) ? farthest : far * nearest};
         }
     }
     return scale;

@@ -1,11 +1,9 @@
 #ifndef VISION_TOOLKIT_OUTPUT_PICTURE_SCALE_H
 #define VISION_TOOLKIT_OUTPUT_PICTURE_SCALE_H
 
-#include <vision/stereo.h>
 #include <vision/toolkit/export.h>
 
 #include <opencv2/core/mat.hpp>
-#include <opencv2/core/types.hpp>
 
 #include <functional>
 #include <optional>
@@ -36,11 +34,6 @@ struct PictureScale
 /// @param values `CV_32FC1`; those that are not finite do not count
 /// @return nothing when none counts
 VISION_TOOLKIT_EXPORT std::optional<ColourRange> findColourRange(const cv::Mat& values);
-
-/// Z = f B / (d - (cx - cx')), see vision::Stereo, for images of this size.
-/// @param stereo with calibrations of this aspect ratio
-VISION_TOOLKIT_EXPORT DepthOfDisparity makeDepthOfDisparity(const vision::Stereo& stereo,
-                                                            const cv::Size& size);
 
 } // namespace vision::toolkit
 

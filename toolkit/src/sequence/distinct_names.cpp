@@ -1,0 +1,22 @@
+#include "sequence/distinct_names.h"
+
+#include <vision/toolkit/failure.h>
+
+#include <map>
+
+namespace vision::toolkit {
+
+void requireDistinctNames(const PairSequence& pairs)
+{
+    std::map<std::string, std::size_t> places;
+    for (std::size_t pair = 0; pair < pairs.size(); ++pair) {
+        const auto [first, isNew] = places.emplace(pairs.name(pair), pair);
+        if (!isNew) {
+            throw Failure(pairs.images(first->second).left + " and " + pairs.images(pair).left +
+                          " would both write files called " + first->first +
+                          "-...: process them one by one with different --output folders");
+        }
+    }
+}
+
+} // namespace vision::toolkit
