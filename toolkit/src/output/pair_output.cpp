@@ -31,8 +31,8 @@ public:
     const Notes& notes() const { return _notes; }
 
 private:
-    std::string encodeDisparity16();
-    std::string encodeDepth16();
+    /// The bytes of an image; what does not fit is noted.
+    std::string take(EncodedImage image, const char* code, const char* what);
     cv::Mat getLevels() const;
 
     const PairResults& _results;
@@ -52,11 +52,19 @@ std::vector<std::string> Encoder::encode(Product product)
     case Product::DisparityTiff:
         return {encodeDisparityTiff(pair.disparity)};
     case Product::DisparityPng16:
-        return {encodeDisparity16()};
+        return {take(
+            encodeDisparityPng16(pair.disparity),
+            "disparity-out-of-range",
+            " pixels have a disparity that disparity-png16 cannot hold (it takes 0.004 to 255.996 px) and "
+            "have none in that file; disparity-tiff and disparity-pfm take all")};
     case Product::DepthPicture:
         return {encodePng(drawDepth(_depth, pair.unsearched, _scale))};
     case Product::DepthPng16:
-        return {encodeDepth16()};
+        return {take(
+            encodeDepthPng16(_depth),
+            "depth-out-of-range",
+            " pixels have a depth that depth-png16 cannot hold (it takes 1 mm to 65.535 m) and have none in "
+            "that file; depth-tiff takes all")};
     case Product::DepthTiff:
         return {encodeDepthTiff(_depth)};
     case Product::Points:
@@ -71,27 +79,10 @@ std::vector<std::string> Encoder::encode(Product product)
     throw std::invalid_argument("no such product");
 }
 
-std::string Encoder::encodeDisparity16()
+std::string Encoder::take(EncodedImage image, const char* code, const char* what)
 {
-    EncodedImage image = encodeDisparityPng16(_results.disparity);
     if (image.unfit > 0) {
-        _notes.push_back({"disparity-out-of-range",
-                          _results.name + ": " + std::to_string(image.unfit) +
-                              " pixels have a disparity that disparity-png16 cannot hold (it takes 0.004 to "
-                              "255.996 px) and have none in that file; disparity-tiff and disparity-pfm take "
-                              "all"});
-    }
-    return std::move(image.bytes);
-}
-
-std::string Encoder::encodeDepth16()
-{
-    EncodedImage image = encodeDepthPng16(_depth);
-    if (image.unfit > 0) {
-        _notes.push_back({"depth-out-of-range",
-                          _results.name + ": " + std::to_string(image.unfit) +
-                              " pixels have a depth that depth-png16 cannot hold (it takes 1 mm to 65.535 m) "
-                              "and have none in that file; depth-tiff takes all"});
+        _notes.push_back({code, std::to_string(image.unfit) + what});
     }
     return std::move(image.bytes);
 }

@@ -62,7 +62,7 @@ ColourRange widen(double low, double high)
 std::optional<ColourRange> findColourRange(const cv::Mat& values)
 {
     CV_Assert(values.type() == CV_32FC1);
-    constexpr double outermost = 0.01;
+    constexpr double outermost = 0.005;
     constexpr double margin = 0.1;
     Sample sample = takeSample(values);
     if (sample.least > sample.largest) {

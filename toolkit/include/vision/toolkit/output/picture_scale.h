@@ -29,8 +29,8 @@ struct PictureScale
     DepthOfDisparity depthAt;             ///< empty when the depths are not known
 };
 
-/// A range in which nearly all values of an image lie: the first to the last percentile and a tenth more at
-/// both ends, but not beyond the least and the largest value.
+/// A range in which nearly all values of an image lie: all but half a percent at both ends, and a tenth more
+/// there, but not beyond the least and the largest value.
 /// @param values `CV_32FC1`; those that are not finite do not count
 /// @return nothing when none counts
 VISION_TOOLKIT_EXPORT std::optional<ColourRange> findColourRange(const cv::Mat& values);
