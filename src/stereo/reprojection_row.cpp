@@ -28,12 +28,11 @@ float masked(float value, std::uint32_t mask)
     return value;
 }
 
-} // namespace
-
 // Double arithmetic in OpenCV's order. The products with the zeros of its matrix are left out: 0 * d changes
-// nothing as long as d is finite, and makes the whole point NaN when it is not.
-VISION_WIDE_VECTORS void reprojectRow(const float* disparity, int columns, const HomogeneousRow& homogeneous,
-                                      const DepthLimits& limits, cv::Vec3f* points)
+// nothing as long as d is finite, and makes the whole point NaN when it is not. (With the mark, GCC exports
+// every function that other files can call, so this one stays in its file.)
+VISION_WIDE_VECTORS void reprojectWide(const float* disparity, int columns, const HomogeneousRow& homogeneous,
+                                       const DepthLimits& limits, cv::Vec3f* points)
 {
     float d[pixelsPerBlock] = {}; // at the end of the last block remain values of the one before
     float pointX[pixelsPerBlock], pointY[pixelsPerBlock], pointZ[pixelsPerBlock];
@@ -63,6 +62,14 @@ VISION_WIDE_VECTORS void reprojectRow(const float* disparity, int columns, const
                 masked(pointX[i], kept[i]), masked(pointY[i], kept[i]), masked(pointZ[i], kept[i])};
         }
     }
+}
+
+} // namespace
+
+void reprojectRow(const float* disparity, int columns, const HomogeneousRow& homogeneous,
+                  const DepthLimits& limits, cv::Vec3f* points)
+{
+    reprojectWide(disparity, columns, homogeneous, limits, points);
 }
 
 } // namespace vision::detail
