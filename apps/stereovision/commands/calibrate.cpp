@@ -6,18 +6,20 @@
 #include <vision/toolkit/calibrating/board_search.h>
 #include <vision/toolkit/calibrating/calibration_report.h>
 #include <vision/toolkit/calibrating/report_formats.h>
+#include <vision/toolkit/calibrating/report_pictures.h>
 #include <vision/toolkit/calibration/pair_file.h>
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/output/output_files.h>
 
 #include <algorithm>
-#include <array>
+#include <filesystem>
 #include <memory>
 #include <thread>
 
 namespace tool {
 
 using namespace vision::toolkit;
+namespace fs = std::filesystem;
 
 namespace {
 
@@ -47,18 +49,40 @@ CalibrationOptions makeCalibrationOptions(const CalibrateOptions& options)
     return calibration;
 }
 
-CalibrationReport calibrate(const CalibrateOptions& options, Console& console)
+/// What a run gives.
+struct Outcome
 {
-    const auto pairs = openPairs(options.input);
-    console.startProgress("finding boards", pairs->size());
+    CalibrationReport report;
+    std::vector<ReportFile> pictures;
+};
+
+Outcome calibrate(PairSequence& pairs, const CalibrateOptions& options, Console& console)
+{
+    console.startProgress("finding boards", pairs.size());
     const Progress progress = [&console](std::size_t done, std::size_t) {
         if (done > 0) {
             console.advanceProgress();
         }
     };
     const BoardSearch search =
-        findBoards(*pairs, options.board, std::max(1U, std::thread::hardware_concurrency()), progress);
-    return vision::toolkit::calibrate(search, makeCalibrationOptions(options));
+        findBoards(pairs, options.board, std::max(1U, std::thread::hardware_concurrency()), progress);
+    constexpr std::size_t steps = 2;
+    console.startProgress("calibrating", steps);
+    Outcome outcome{vision::toolkit::calibrate(search, makeCalibrationOptions(options)), {}};
+    console.advanceProgress();
+    outcome.pictures = drawReport(outcome.report, search, pairs);
+    console.advanceProgress();
+    return outcome;
+}
+
+void requireFree(const OutputFolder& folder, const PairSequence& pairs)
+{
+    for (const char* name : {leftName, rightName, reportName}) {
+        folder.requireFree(name);
+    }
+    for (std::size_t pair = 0; pair < pairs.size(); ++pair) {
+        folder.requireFree(namePicture(pair, pairs.size(), pairs.name(pair)));
+    }
 }
 
 /// What is told on stderr: failed images once each, and why the calibration is not good.
@@ -83,34 +107,57 @@ void tell(const CalibrationReport& report, bool isWritten, Console& console)
     }
 }
 
+std::vector<fs::path> write(const Outcome& outcome, const std::string& json, bool isWritten,
+                            const OutputFolder& folder)
+{
+    OutputFiles output(folder);
+    if (isWritten) {
+        saveCalibration(outcome.report.result->records.left, leftName, output);
+        saveCalibration(outcome.report.result->records.right, rightName, output);
+    }
+    output.write(reportName, json);
+    for (const auto& [name, bytes] : outcome.pictures) {
+        output.write(name, bytes);
+    }
+    return output.commit();
+}
+
+void print(const CalibrationReport& report, const std::vector<fs::path>& files, Console& console)
+{
+    for (const std::string& line : formatReport(report)) {
+        console.result(line);
+    }
+    std::size_t views = 0;
+    for (const fs::path& file : files) {
+        if (file.extension() == ".jpg") {
+            ++views;
+        } else {
+            console.result("wrote " + file.string());
+        }
+    }
+    if (views > 0) {
+        console.result("wrote " + std::to_string(views) + " pictures " +
+                       (files.front().parent_path() / "view-*.jpg").string());
+    }
+}
+
 ExitCode runCalibrate(const CalibrateOptions& options, Console& console)
 {
     requireComplete(options.board);
+    const auto pairs = openPairs(options.input);
     const OutputFolder folder(options.output.folder, options.output.force);
-    for (const char* name : {leftName, rightName, reportName}) {
-        folder.requireFree(name);
-    }
-    const CalibrationReport report = calibrate(options, console);
+    requireFree(folder, *pairs);
+    const Outcome outcome = calibrate(*pairs, options, console);
+    const CalibrationReport& report = outcome.report;
     const bool isWritten = report.result && (report.verdict != Verdict::Refused || options.forcePoor);
-    OutputFiles output(folder);
-    if (isWritten) {
-        saveCalibration(report.result->records.left, leftName, output);
-        saveCalibration(report.result->records.right, rightName, output);
-    }
     const std::string json = formatReportJson(report);
-    output.write(reportName, json);
-    const auto files = output.commit();
+    const auto files = write(outcome, json, isWritten, folder);
 
     tell(report, isWritten, console);
     if (options.json) {
         console.result(json.substr(0, json.size() - 1)); // which ends the line itself
     } else {
-        for (const std::string& line : formatReport(report)) {
-            console.result(line);
-        }
-        for (const auto& file : files) {
-            console.result("wrote " + file.string());
-        }
+        print(report, files, console);
     }
     const bool isAccepted = report.verdict <= Verdict::Usable || options.forcePoor;
     return exitCodeOf(isWritten ? 1 : 0, report.countFailed() + (isAccepted && isWritten ? 0 : 1));
@@ -151,7 +198,7 @@ Command addCalibrate(CLI::App& program)
     addPairOptions(*app, options->input);
     addBoardOptions(*app, options->board);
     addModelOptions(*app, *options);
-    addOutputOptions(*app, "left.yml, right.yml and the report", options->output);
+    addOutputOptions(*app, "left.yml, right.yml, report.json and pictures", options->output);
     app->add_flag(
            "--force-poor", options->forcePoor, "Write a calibration that is refused, accept a poor one")
         ->group("Results");

@@ -47,6 +47,17 @@ std::vector<cv::Point3f> makeBoardPoints(const Board& board)
     return points;
 }
 
+std::vector<cv::Point3f> makeBoardPoints(const Board& board, const std::vector<int>& numbers)
+{
+    const auto all = makeBoardPoints(board);
+    std::vector<cv::Point3f> points;
+    points.reserve(numbers.size());
+    for (const int number : numbers) {
+        points.push_back(all[static_cast<std::size_t>(number)]);
+    }
+    return points;
+}
+
 bool canBeTurned(const Board& board)
 {
     return board.pattern == Pattern::Chessboard || board.pattern == Pattern::Circles ||

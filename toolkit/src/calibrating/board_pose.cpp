@@ -29,18 +29,64 @@ Projection project(const CameraFit& camera, const cv::Mat& rotation, const cv::M
     return projection;
 }
 
+/// Both images of a view, the right Jacobian by rotation and translation of the left camera, too.
+struct Projections
+{
+    Projection left;
+    Projection right;
+};
+
+Projections project(const PairFit& fit, const BoardPose& pose, const std::vector<cv::Point3f>& points,
+                    const BoardView& view)
+{
+    const cv::Mat rotation(pose.rotation);
+    const cv::Mat translation(pose.translation);
+    cv::Mat toRight;
+    cv::Rodrigues(fit.rotation, toRight);
+    cv::Mat rightRotation;
+    cv::Mat rightTranslation;
+    cv::Mat rotationByRotation;
+    cv::Mat translationByTranslation;
+    cv::Mat unused;
+    cv::composeRT(rotation,
+                  translation,
+                  toRight,
+                  fit.translation,
+                  rightRotation,
+                  rightTranslation,
+                  rotationByRotation,
+                  unused,
+                  unused,
+                  unused,
+                  unused,
+                  translationByTranslation,
+                  unused,
+                  unused);
+    Projections projections{project(fit.left, rotation, translation, points, view.left),
+                            project(fit.right, rightRotation, rightTranslation, points, view.right)};
+    const cv::Mat byRight = projections.right.jacobian;
+    cv::hconcat(byRight.colRange(0, 3) * rotationByRotation,
+                byRight.colRange(3, 6) * translationByTranslation,
+                projections.right.jacobian);
+    return projections;
+}
+
+/// One step of Gauss and Newton.
+/// @return how rotation and translation of the left camera change; 0 where they are not determined
+cv::Vec6d findStep(const Projections& projections)
+{
+    cv::Mat jacobian;
+    cv::Mat residuals;
+    cv::vconcat(projections.left.jacobian, projections.right.jacobian, jacobian);
+    cv::vconcat(projections.left.residuals, projections.right.residuals, residuals);
+    cv::Vec6d change;
+    const bool isFound = cv::solve(jacobian, residuals, change, cv::DECOMP_NORMAL | cv::DECOMP_CHOLESKY);
+    return isFound ? change : cv::Vec6d();
+}
+
 double rmsOf(const cv::Mat& residuals)
 {
     return cv::norm(residuals) / std::sqrt(residuals.rows / 2.0); // a point has two
-}
-
-std::vector<cv::Point3f> select(const std::vector<cv::Point3f>& boardPoints, const std::vector<int>& numbers)
-{
-    std::vector<cv::Point3f> points;
-    for (const int number : numbers) {
-        points.push_back(boardPoints[static_cast<std::size_t>(number)]);
-    }
-    return points;
 }
 
 } // namespace
@@ -57,64 +103,28 @@ double BoardPose::rms() const
     return std::sqrt((rmsLeft * rmsLeft + rmsRight * rmsRight) / 2);
 }
 
-BoardPose findPose(const PairFit& fit, const BoardView& view, const std::vector<cv::Point3f>& boardPoints)
+BoardPose findPose(const PairFit& fit, const BoardView& view, const Board& board)
 {
     constexpr int mostSteps = 10;
     constexpr double still = 1e-8; // rad and m
-    const auto points = select(boardPoints, view.points);
-    cv::Mat toRight;
-    cv::Rodrigues(fit.rotation, toRight);
-
+    const auto points = makeBoardPoints(board, view.points);
     BoardPose pose;
     cv::solvePnP(points, view.left, fit.left.matrix, fit.left.distortion, pose.rotation, pose.translation);
-    for (int step = 0;; ++step) {
-        const cv::Mat rotation(pose.rotation);
-        const cv::Mat translation(pose.translation);
-        cv::Mat rightRotation;
-        cv::Mat rightTranslation;
-        cv::Mat rotationByRotation;
-        cv::Mat translationByTranslation;
-        cv::Mat unused[6];
-        cv::composeRT(rotation,
-                      translation,
-                      toRight,
-                      fit.translation,
-                      rightRotation,
-                      rightTranslation,
-                      rotationByRotation,
-                      unused[0],
-                      unused[1],
-                      unused[2],
-                      unused[3],
-                      translationByTranslation,
-                      unused[4],
-                      unused[5]);
-        const Projection left = project(fit.left, rotation, translation, points, view.left);
-        const Projection right = project(fit.right, rightRotation, rightTranslation, points, view.right);
-        pose.left = left.corners;
-        pose.right = right.corners;
-        pose.rmsLeft = rmsOf(left.residuals);
-        pose.rmsRight = rmsOf(right.residuals);
-        if (step == mostSteps) {
-            return pose;
-        }
-        // Gauss and Newton: the right camera's rotation and translation follow those of the left one.
-        cv::Mat jacobian;
-        cv::Mat residuals;
-        cv::Mat rightJacobian;
-        cv::hconcat(right.jacobian.colRange(0, 3) * rotationByRotation,
-                    right.jacobian.colRange(3, 6) * translationByTranslation,
-                    rightJacobian);
-        cv::vconcat(left.jacobian, rightJacobian, jacobian);
-        cv::vconcat(left.residuals, right.residuals, residuals);
-        cv::Vec6d change;
-        if (!cv::solve(jacobian, residuals, change, cv::DECOMP_NORMAL | cv::DECOMP_CHOLESKY) ||
-            cv::norm(change) < still) {
-            return pose;
+    Projections projections = project(fit, pose, points, view);
+    for (int step = 0; step < mostSteps; ++step) {
+        const cv::Vec6d change = findStep(projections);
+        if (cv::norm(change) < still) {
+            break;
         }
         pose.rotation += cv::Vec3d(change[0], change[1], change[2]);
         pose.translation += cv::Vec3d(change[3], change[4], change[5]);
+        projections = project(fit, pose, points, view);
     }
+    pose.left = projections.left.corners;
+    pose.right = projections.right.corners;
+    pose.rmsLeft = rmsOf(projections.left.residuals);
+    pose.rmsRight = rmsOf(projections.right.residuals);
+    return pose;
 }
 
 } // namespace vision::toolkit

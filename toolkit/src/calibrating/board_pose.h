@@ -26,7 +26,7 @@ struct BoardPose
     [[nodiscard]] double rms() const;
 };
 
-BoardPose findPose(const PairFit& fit, const BoardView& view, const std::vector<cv::Point3f>& boardPoints);
+BoardPose findPose(const PairFit& fit, const BoardView& view, const Board& board);
 
 } // namespace vision::toolkit
 

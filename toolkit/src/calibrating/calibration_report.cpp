@@ -19,6 +19,7 @@ namespace vision::toolkit {
 namespace {
 
 constexpr std::size_t fewestViews = 3;
+constexpr double tellsNoTilt = 0.03; // relative uncertainty of the focal length
 
 CalibrationReport begin(const BoardSearch& search)
 {
@@ -32,6 +33,9 @@ CalibrationReport begin(const BoardSearch& search)
         pair.name = sighting.name;
         pair.isFailed = sighting.isFailed;
         pair.reason = sighting.reason;
+        if (!sighting.view.empty()) {
+            pair.picture = namePicture(report.pairs.size(), search.pairs.size(), sighting.name);
+        }
         report.pairs.push_back(pair);
     }
     return report;
@@ -102,7 +106,9 @@ CalibrationResult measure(const Settlement& settled, const BoardSearch& search,
     result.left.validArea = measureValidArea(result.records.left);
     result.right.validArea = measureValidArea(result.records.right);
     result.poses = selectPoses(views, size).size();
-    result.tiltRange = findTiltRange(used);
+    result.tiltRange = settled.isStable && findFocalLengthUncertainty(result) < tellsNoTilt
+                           ? findTiltRange(used)
+                           : findCommonTiltRange(used, search);
     measureRectified(used, search.board, result);
     return result;
 }
@@ -110,8 +116,10 @@ CalibrationResult measure(const Settlement& settled, const BoardSearch& search,
 /// Whether the lens may be the reason for what does not fit.
 bool isSuspicious(const CalibrationResult& result)
 {
+    constexpr double high = 0.5; // px
     constexpr double grown = 1.5;
-    return std::max(result.left.residualGrowth, result.right.residualGrowth) > grown;
+    return std::max(result.fit.left.rms, result.fit.right.rms) > high ||
+           std::max(result.left.residualGrowth, result.right.residualGrowth) > grown;
 }
 
 void fit(const BoardSearch& search, const CalibrationOptions& options, CalibrationReport& report)
@@ -146,6 +154,13 @@ void refuse(const std::string& code, const std::string& text, CalibrationReport&
 }
 
 } // namespace
+
+std::string namePicture(std::size_t pair, std::size_t pairs, const std::string& name)
+{
+    const std::size_t digits = std::to_string(pairs).size();
+    const std::string number = std::to_string(pair + 1);
+    return "view-" + std::string(digits - number.size(), '0') + number + "-" + name + ".jpg";
+}
 
 const char* nameOf(Verdict verdict)
 {

@@ -43,15 +43,12 @@ bool isFisheye(const std::vector<const BoardView*>& views, const cv::Size& image
     constexpr double farBetter = 0.5;
     const auto poses = spread(selectPoses(views, imageSize), enough);
     const PairFit common = fitPair(poses, imageSize, board, lens);
-    const auto all = makeBoardPoints(board);
     std::vector<std::vector<cv::Point3d>> boards;
     Points left;
     Points right;
     for (const BoardView* pose : poses) {
-        boards.emplace_back();
-        for (const int point : pose->points) {
-            boards.back().emplace_back(all[static_cast<std::size_t>(point)]);
-        }
+        const auto points = makeBoardPoints(board, pose->points);
+        boards.emplace_back(points.begin(), points.end());
         left.emplace_back(pose->left.begin(), pose->left.end());
         right.emplace_back(pose->right.begin(), pose->right.end());
     }

@@ -75,16 +75,6 @@ void judgeCoverage(const CameraQuality& quality, const char* side, Reasons& reas
     }
 }
 
-double findFocalLengthUncertainty(const CalibrationResult& result)
-{
-    const auto relative = [](const CameraFit& camera, const CameraDeviation& deviation) {
-        return std::max(deviation.focalLengthX / camera.matrix.at<double>(0, 0),
-                        deviation.focalLengthY / camera.matrix.at<double>(1, 1));
-    };
-    return std::max(relative(result.fit.left, result.uncertainty.cameras.left),
-                    relative(result.fit.right, result.uncertainty.cameras.right));
-}
-
 void judgeFocalLength(double uncertainty, Reasons& reasons)
 {
     constexpr double refused = 0.03;
@@ -163,6 +153,16 @@ void judgeArrangement(const CalibrationPair& records, Reasons& reasons)
 }
 
 } // namespace
+
+double findFocalLengthUncertainty(const CalibrationResult& result)
+{
+    const auto relative = [](const CameraFit& camera, const CameraDeviation& deviation) {
+        return std::max(deviation.focalLengthX / camera.matrix.at<double>(0, 0),
+                        deviation.focalLengthY / camera.matrix.at<double>(1, 1));
+    };
+    return std::max(relative(result.fit.left, result.uncertainty.cameras.left),
+                    relative(result.fit.right, result.uncertainty.cameras.right));
+}
 
 std::vector<Reason> judge(const CalibrationResult& result)
 {

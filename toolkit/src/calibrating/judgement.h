@@ -7,6 +7,9 @@
 
 namespace vision::toolkit {
 
+/// The largest one of both cameras and directions, relative to the focal length; NaN when it cannot be told.
+double findFocalLengthUncertainty(const CalibrationResult& result);
+
 /// What speaks against a calibration, judged by its result; docs/calibrating.md argues the limits.
 std::vector<Reason> judge(const CalibrationResult& result);
 

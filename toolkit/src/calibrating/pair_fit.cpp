@@ -26,14 +26,9 @@ struct Observations
 
 Observations collect(const std::vector<const BoardView*>& views, const Board& board)
 {
-    const BoardPoints all = makeBoardPoints(board);
     Observations observations;
     for (const BoardView* view : views) {
-        BoardPoints seen;
-        for (const int point : view->points) {
-            seen.push_back(all[static_cast<std::size_t>(point)]);
-        }
-        observations.boards.push_back(seen);
+        observations.boards.push_back(makeBoardPoints(board, view->points));
         observations.left.push_back(view->left);
         observations.right.push_back(view->right);
     }

@@ -78,16 +78,28 @@ double measureResidualGrowth(const std::vector<const SettledView*>& used, const 
     return inner > 0 ? std::sqrt(outer / inner) : 1;
 }
 
-cv::Vec3d findNormal(const BoardPose& pose)
+cv::Vec3d findNormal(const cv::Vec3d& axisAngle)
 {
     cv::Matx33d rotation;
-    cv::Rodrigues(pose.rotation, rotation);
+    cv::Rodrigues(axisAngle, rotation);
     return {rotation(0, 2), rotation(1, 2), rotation(2, 2)};
 }
 
+/// Degrees between two lines.
 double toAngle(double cosine)
 {
     return std::acos(std::min(1.0, std::abs(cosine))) * 180 / CV_PI;
+}
+
+double findLargestAngle(const std::vector<cv::Vec3d>& normals)
+{
+    double largest = 0;
+    for (const cv::Vec3d& one : normals) {
+        for (const cv::Vec3d& other : normals) {
+            largest = std::max(largest, toAngle(one.dot(other)));
+        }
+    }
+    return largest;
 }
 
 /// Distances of neighbouring points over those on the board.
@@ -142,18 +154,36 @@ double measureValidArea(const Calibration& record)
 
 double findTilt(const BoardPose& pose)
 {
-    return toAngle(findNormal(pose)[2]);
+    return toAngle(findNormal(pose.rotation)[2]);
 }
 
 double findTiltRange(const std::vector<const SettledView*>& used)
 {
-    double range = 0;
-    for (const SettledView* one : used) {
-        for (const SettledView* other : used) {
-            range = std::max(range, toAngle(findNormal(one->pose).dot(findNormal(other->pose))));
-        }
+    std::vector<cv::Vec3d> normals;
+    for (const SettledView* view : used) {
+        normals.push_back(findNormal(view->pose.rotation));
     }
-    return range;
+    return findLargestAngle(normals);
+}
+
+double findCommonTiltRange(const std::vector<const SettledView*>& used, const BoardSearch& search)
+{
+    const double focalLength = search.imageSize.width; // an angle of 53 degrees across the image
+    const cv::Matx33d camera(
+        focalLength, 0, search.imageSize.width / 2.0, 0, focalLength, search.imageSize.height / 2.0, 0, 0, 1);
+    std::vector<cv::Vec3d> normals;
+    for (const SettledView* view : used) {
+        cv::Vec3d rotation;
+        cv::Vec3d translation;
+        cv::solvePnP(makeBoardPoints(search.board, view->view.points),
+                     view->view.left,
+                     camera,
+                     cv::noArray(),
+                     rotation,
+                     translation);
+        normals.push_back(findNormal(rotation));
+    }
+    return findLargestAngle(normals);
 }
 
 void measureRectified(const std::vector<const SettledView*>& used, const Board& board,

@@ -76,6 +76,7 @@ Json toJson(const CalibratedPair& pair)
               {"reason", pair.reason},
               {"repair", pair.repair}};
     if (!pair.expectedLeft.empty()) {
+        json["picture"] = pair.picture;
         json["rmsLeft"] = pair.rmsLeft;
         json["rmsRight"] = pair.rmsRight;
         json["rowError"] = pair.rowError;

@@ -31,8 +31,7 @@ double median(std::vector<double> values)
 class Settling
 {
 public:
-    Settling(const BoardSearch& search, const LensModel& lens)
-        : _search(search), _lens(lens), _boardPoints(makeBoardPoints(search.board))
+    Settling(const BoardSearch& search, const LensModel& lens) : _search(search), _lens(lens)
     {
         for (std::size_t pair = 0; pair < search.pairs.size(); ++pair) {
             if (!search.pairs[pair].view.empty()) {
@@ -65,7 +64,7 @@ public:
             dropOutliers();
         }
         for (SettledView& view : _all.views) {
-            view.pose = findPose(_all.fit, view.view, _boardPoints);
+            view.pose = findPose(_all.fit, view.view, _search.board);
         }
         return std::move(_all);
     }
@@ -89,7 +88,7 @@ private:
     [[nodiscard]] double measureError(const BoardView& view) const
     {
         try {
-            return findPose(_all.fit, view, _boardPoints).rms();
+            return findPose(_all.fit, view, _search.board).rms();
         } catch (const cv::Exception&) { // corners that are no board
             return INFINITY;
         }
@@ -204,7 +203,6 @@ private:
 
     const BoardSearch& _search;
     const LensModel& _lens;
-    const std::vector<cv::Point3f> _boardPoints;
     Settlement _all;
     std::vector<SettledView*> _active; ///< those that the fit rests on
     std::vector<double> _errors;       ///< theirs, px

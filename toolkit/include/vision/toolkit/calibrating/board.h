@@ -64,6 +64,10 @@ VISION_TOOLKIT_EXPORT Sighting findBoard(const cv::Mat& grey, const Board& board
 /// The points on the board itself, by number, in the plane z = 0; in m.
 VISION_TOOLKIT_EXPORT std::vector<cv::Point3f> makeBoardPoints(const Board& board);
 
+/// Those of them with these numbers.
+VISION_TOOLKIT_EXPORT std::vector<cv::Point3f> makeBoardPoints(const Board& board,
+                                                               const std::vector<int>& numbers);
+
 /// Whether the board looks the same when it is turned by 180 degrees, so that the order of its points is a
 /// guess.
 VISION_TOOLKIT_EXPORT bool canBeTurned(const Board& board);

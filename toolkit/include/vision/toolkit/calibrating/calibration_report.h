@@ -63,6 +63,7 @@ struct CalibratedPair
     bool isRightTurned = false;
 
     // Where the board was found, whether used or not:
+    std::string picture;  ///< the file that shows it
     BoardView view;       ///< as repaired
     Corners expectedLeft; ///< where the fit has the points, px
     Corners expectedRight;
@@ -108,6 +109,9 @@ struct CalibrationOptions
     LensModel lens;
     double alpha = 0; ///< 0: rectified images show only valid pixels, 1: all pixels
 };
+
+/// What the picture of a pair is called: `view-`, the number of the pair from 1, its name.
+VISION_TOOLKIT_EXPORT std::string namePicture(std::size_t pair, std::size_t pairs, const std::string& name);
 
 /// Calibrates from the views of a search, repairs what can be repaired, drops what does not fit, and judges
 /// the outcome. Nothing is thrown for views that give no calibration: the verdict is then Refused.
