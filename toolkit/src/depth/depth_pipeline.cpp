@@ -127,11 +127,10 @@ SearchRange DepthPipeline::_chooseRange(const RectifiedPair& pair, Notes& notes)
 
 void DepthPipeline::_addPoints(PairDepth& depth)
 {
-    const auto scale = findDepthScale(_rig, depth.disparity.cols);
-    if (!scale) {
+    if (!depth.scale) {
         return;
     }
-    depth.maxDepth = findMaxDepth(_settings, depth.range, *scale);
+    depth.maxDepth = findMaxDepth(_settings, depth.range, *depth.scale);
     _stereo.setMaxDepth(
         static_cast<float>(std::min(depth.maxDepth, double{std::numeric_limits<float>::max()})));
     cv::Mat disparity = depth.disparity.clone();
@@ -145,6 +144,7 @@ PairDepth DepthPipeline::compute(const ImagePair& images, int threads)
     const ImagePair rectified = _rectify(images);
     if (_settings.plain) {
         PairDepth plain = computePlainDepth(_stereo, rectified);
+        plain.scale = findDepthScale(_rig, plain.disparity.cols);
         if (!_rig.calibrations) {
             plain.points.release();
             plain.maxDepth = 0;
@@ -156,6 +156,7 @@ PairDepth DepthPipeline::compute(const ImagePair& images, int threads)
     }
     const RectifiedPair pair = _makePair(rectified);
     PairDepth depth = makePairDepth(rectified);
+    depth.scale = findDepthScale(_rig, pair.left.cols);
     depth.range = _chooseRange(pair, depth.notes);
     const double factor = static_cast<double>(pair.left.cols) / _rig.size.width;
     const Matches matches = match(pair, depth.range, scaleTo(_settings.matcher, factor), threads);

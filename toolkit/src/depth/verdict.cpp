@@ -4,52 +4,61 @@
 
 #include <opencv2/core.hpp>
 
+#include <algorithm>
 #include <limits>
 
 namespace vision::toolkit {
 
 namespace {
 
-/// The share of the matches in a tenth of the range, by how much it exceeds an even distribution.
-constexpr double crowded = 3;
-constexpr double fewMatched = 5;  // percent
-constexpr double muchBeyond = 10; // percent
-
-/// How many times more matches lie between two disparities than if they were spread evenly over the range.
-double findCrowding(const PairDepth& depth, double lowest, double highest)
+/// Whether matches pile up between two disparities at an end of the range: more than a stray few, and nearly as
+/// many as if they were spread evenly over the range. (Over the images of docs/accuracy.md an end that leaves a
+/// margin has less than 0.3 times an even share.)
+bool isCrowded(const PairDepth& depth, double lowest, double highest)
 {
+    constexpr double strays = 0.01;
+    constexpr double evenly = 0.7;
     const int all = cv::countNonZero(depth.disparity < std::numeric_limits<double>::infinity());
     const int inside = cv::countNonZero((depth.disparity >= lowest) & (depth.disparity <= highest));
-    const double share = (highest - lowest) / depth.range.disparities;
-    return all == 0 ? 0 : static_cast<double>(inside) / (share * all);
+    const double evenShare = (highest - lowest) / depth.range.disparities;
+    return inside > std::max(strays, evenly * evenShare) * all;
 }
 
-} // namespace
-
-Notes judge(const PairDepth& depth, const DepthSummary& summary)
+void judgeEnds(const PairDepth& depth, Notes& notes)
 {
-    Notes notes;
+    constexpr int end = 3; // px
     const SearchRange& range = depth.range;
-    const double margin = 2;
-    if (findCrowding(depth, range.maxDisparity() - margin, range.maxDisparity() + 1) > crowded) {
+    if (isCrowded(depth, range.maxDisparity() + 1 - end, range.maxDisparity() + 1)) {
         notes.push_back({"range-ends-too-early",
                          "many matches lie at the largest disparity searched, " +
                              std::to_string(range.maxDisparity()) +
-                             " px, so there are nearer things: search more disparities or from a smaller "
-                             "nearest depth on, or leave the range to the program"});
+                             " px, so there are nearer things: give a smaller nearest depth or more "
+                             "disparities, or leave the range to the program"});
     }
-    if (findCrowding(depth, range.minDisparity - 1, range.minDisparity + margin) > crowded) {
+    const bool endsAtInfinity = depth.scale && range.minDisparity <= depth.scale->atInfinity;
+    if (!endsAtInfinity && isCrowded(depth, range.minDisparity - 1, range.minDisparity + end - 1)) {
         notes.push_back({"range-starts-too-late",
                          "many matches lie at the smallest disparity searched, " +
                              std::to_string(range.minDisparity) +
                              " px, so there are farther things: give a larger farthest depth or a smaller "
                              "smallest disparity, or leave the range to the program"});
     }
+}
+
+} // namespace
+
+Notes judge(const PairDepth& depth, const DepthSummary& summary)
+{
+    constexpr double fewMatched = 10; // percent; of foreign images about as much is matched
+    constexpr double muchBeyond = 10; // percent
+    Notes notes;
+    judgeEnds(depth, notes);
     if (summary.matchedPercent < fewMatched) {
-        notes.push_back({"few-matches",
-                         "only " + formatFixed(summary.matchedPercent, 1) +
-                             " % of the pixels are matched: check that the images are a pair, in "
-                             "this order, and that the calibrations are theirs"});
+        notes.push_back(
+            {"few-matches",
+             "only " + formatFixed(summary.matchedPercent, 1) +
+                 " % of the pixels are matched: check that the images are a pair, in this order, and "
+                 "that the calibrations are theirs"});
     }
     if (summary.beyondPercent > muchBeyond) {
         notes.push_back({"beyond-largest-depth",

@@ -3,6 +3,7 @@
 #include "matching/engine.h"
 
 #include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
 
 #include <cmath>
 #include <future>
@@ -40,6 +41,19 @@ void dropContradicted(cv::Mat& disparity, const cv::Mat& confirmation)
     }
 }
 
+/// Drops the matches of pixels around which the image does not change at all, such as black borders and clipped
+/// skies: there the semi-global matchers carry on whatever comes from the side.
+void dropFeatureless(cv::Mat& disparity, const cv::Mat& image)
+{
+    constexpr int around = 17; // px
+    const cv::Mat square = cv::getStructuringElement(cv::MORPH_RECT, {around, around});
+    cv::Mat darkest;
+    cv::Mat brightest;
+    cv::erode(image, darkest, square);
+    cv::dilate(image, brightest, square);
+    disparity.setTo(unmatched, darkest == brightest);
+}
+
 } // namespace
 
 void dropOutside(cv::Mat& disparity, const RectifiedPair& pair)
@@ -75,6 +89,7 @@ cv::Mat matchAtOneSize(const RectifiedPair& pair, const SearchRange& range, cons
     }
     cv::Mat disparity = matchOneWay(pair.left, pair.right, range, settings);
     dropOutside(disparity, pair);
+    dropFeatureless(disparity, pair.left);
     if (settings.bothWays) {
         dropContradicted(disparity, confirmation.get());
     }

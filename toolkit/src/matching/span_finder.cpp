@@ -45,7 +45,8 @@ float takeRank(std::vector<float>& values, double share)
 std::optional<DisparitySpan> findSpan(const RectifiedPair& pair, double lowestPossible)
 {
     constexpr double searchedShare = 0.6; // of the width
-    constexpr double fewestMatched = 0.02;
+    constexpr double fewestMatched =
+        0.1; // of the pixels: of pairs of foreign images it is less, of others more than half
     constexpr double lowRank = 0.005;
     constexpr double highRank = 0.998;
     constexpr double growth = 1.08;

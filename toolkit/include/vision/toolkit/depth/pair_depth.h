@@ -8,6 +8,8 @@
 
 #include <opencv2/core/mat.hpp>
 
+#include <optional>
+
 namespace vision::toolkit {
 
 /// What one pair of images gives.
@@ -23,7 +25,8 @@ struct PairDepth
     cv::Mat points;      ///< `CV_32FC3`, (0, 0, 0) where none can be trusted; empty without calibrations
     SearchRange range{}; ///< what was searched
     double maxDepth = 0; ///< where points end, m; 0 without calibrations
-    Notes notes;         ///< what happened on the way; see judge() for what the result says
+    std::optional<DepthScale> scale; ///< of disparities of this size; none without calibrations
+    Notes notes;                     ///< what happened on the way; see judge() for what the result says
 };
 
 /// Rectifies and matches a pair and computes its points, with the methods of `vision::Stereo` alone.
