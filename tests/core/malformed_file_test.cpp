@@ -36,7 +36,7 @@ void* load(void* file)
 /// Loads on a thread with a stack of 512 KiB; exits with 0 if that took little time and memory.
 [[noreturn]] void loadAndExit(std::string file)
 {
-    alarm(10);
+    alarm(60);
     tarn::log::setLevel("vision.stereo.calibration", tarn::LogLevel::None);
     const auto measure = [] {
         rusage use{};
