@@ -19,7 +19,8 @@ TEST_F(Tool, LeavesNothingBehindWhenADiskIsFull)
 
 TEST_F(Tool, ExplainsItself)
 {
-    for (const std::string command : {"tool", "tool calibrate", "tool depth"}) {
+    for (const std::string command :
+         {"tool", "tool calibrate", "tool depth", "tool evaluate", "tool rectify"}) {
         run(command + " --help",
             0,
             "",
