@@ -44,6 +44,7 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
     bool isVerbose = false;
     const std::vector<tool::Command> commands{tool::addCalibrate(program),
                                               tool::addCheck(program),
+                                              tool::addConvert(program),
                                               tool::addDepth(program),
                                               tool::addEvaluate(program),
                                               tool::addInfo(program),

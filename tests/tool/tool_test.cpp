@@ -58,4 +58,21 @@ TEST_F(Tool, ReadsAndScalesCalibrations)
     run("tool scale left.yml --size 160 --output odd", 2, HasSubstr("--size"));
 }
 
+TEST_F(Tool, ConvertsCalibrations)
+{
+    run("tool convert left.yml right.yml --to ros --output ros; tool convert ros/left.yaml ros/right.yaml "
+        "--output own;"
+        "tool info own/left.yml own/right.yml",
+        0,
+        "",
+        AllOf(HasSubstr("wrote ros/right.yaml"), HasSubstr("baseline: 0.10000 m")));
+    run("tool convert left.yml right.yml --to json --output plain; cat plain/calibration.json",
+        0,
+        "",
+        HasSubstr("\"T\""));
+    run("LEFT=ros/left.yaml plane", 2, AllOf(HasSubstr("camera_info"), HasSubstr("stereovision convert")));
+    run("tool convert left.yml --output lone", 2, HasSubstr("give two files"));
+    run("tool convert left.yml right.yml --to xml --output lone", 2, HasSubstr("--to"));
+}
+
 } // namespace

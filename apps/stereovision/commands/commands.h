@@ -21,6 +21,7 @@ struct Command
 
 Command addCalibrate(CLI::App& program);
 Command addCheck(CLI::App& program);
+Command addConvert(CLI::App& program);
 Command addDepth(CLI::App& program);
 Command addEvaluate(CLI::App& program);
 Command addInfo(CLI::App& program);

@@ -1,6 +1,7 @@
 #include <vision/toolkit/calibration/pair_file.h>
 
 #include <vision/toolkit/calibration/faults.h>
+#include <vision/toolkit/exchange/foreign_calibration.h>
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/text.h>
 
@@ -50,6 +51,11 @@ bool isSame(const std::filesystem::path& file, const Calibration& calibration)
 Calibration loadCalibration(const std::string& file)
 {
     requireReadable(file);
+    const auto format = identify(file);
+    if (format && *format != CalibrationFormat::Own) {
+        throw Failure(file + ": is " + nameOf(*format) + "; convert it with 'stereovision convert " + file +
+                      " --output calibration', with both cameras' files if there are two");
+    }
     Calibration calibration;
     try {
         calibration.load(file);

@@ -1,0 +1,133 @@
+#include <vision/toolkit/exchange/foreign_calibration.h>
+
+#include "exchange/source.h"
+
+#include <vision/toolkit/calibration/faults.h>
+#include <vision/toolkit/failure.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace vision::toolkit {
+
+namespace {
+
+/// Whether each of these stands at the beginning of a line.
+bool hasLines(const std::string& text, const std::vector<const char*>& starts)
+{
+    return std::all_of(starts.begin(), starts.end(), [&text](const std::string& start) {
+        return text.compare(0, start.size(), start) == 0 || text.find("\n" + start) != std::string::npos;
+    });
+}
+
+bool isFileStorage(const std::string& text)
+{
+    return hasLines(text, {"%YAML"}) || hasLines(text, {"<?xml"}) || hasLines(text, {"{"});
+}
+
+CalibrationPair requirePair(CalibrationPair pair, const std::string& file)
+{
+    for (const Calibration* camera : {&pair.left, &pair.right}) {
+        const Notes faults = findFaults(*camera);
+        if (!faults.empty()) {
+            throw Failure(file + ": " + faults.front().text);
+        }
+    }
+    const Notes faults = findPairFaults(pair.left, pair.right);
+    if (!faults.empty()) {
+        throw Failure(file + ": " + faults.front().text);
+    }
+    return pair;
+}
+
+CalibrationPair readAny(const std::vector<std::string>& files, CalibrationFormat format,
+                        const ForeignDetails& details)
+{
+    const auto requireFiles = [&](std::size_t count) {
+        if (files.size() != count) {
+            throw Failure(files.front() + ": is " + nameOf(format) + ": give " +
+                          (count == 1 ? "just this file" : "two files, the left camera's first"));
+        }
+    };
+    switch (format) {
+    case CalibrationFormat::Own:
+        requireFiles(2);
+        return loadCalibrations(files[0], files[1]);
+    case CalibrationFormat::RosCameraInfo:
+        requireFiles(2);
+        return {readCameraInfo(files[0]), readCameraInfo(files[1])};
+    case CalibrationFormat::OpenCvStereo:
+        requireFiles(2);
+        return readOpenCvStereo(files, details);
+    case CalibrationFormat::KalibrChain:
+        requireFiles(1);
+        return readKalibr(files[0]);
+    case CalibrationFormat::Middlebury:
+        requireFiles(1);
+        return readMiddlebury(files[0]);
+    case CalibrationFormat::Kitti:
+        break;
+    }
+    requireFiles(1);
+    return readKitti(files[0], details);
+}
+
+} // namespace
+
+std::string nameOf(CalibrationFormat format)
+{
+    switch (format) {
+    case CalibrationFormat::Own:
+        return "a calibration of this program";
+    case CalibrationFormat::RosCameraInfo:
+        return "a camera_info file of ROS";
+    case CalibrationFormat::OpenCvStereo:
+        return "a file of OpenCV's stereo sample";
+    case CalibrationFormat::KalibrChain:
+        return "a camera chain of Kalibr";
+    case CalibrationFormat::Middlebury:
+        return "a calib.txt of Middlebury";
+    case CalibrationFormat::Kitti:
+        break;
+    }
+    return "a calib.txt of KITTI";
+}
+
+std::optional<CalibrationFormat> identify(const std::string& file)
+{
+    const std::string text = readText(file);
+    if (isFileStorage(text)) {
+        const bool isSample = hasLines(text, {"M1:", "D1:"}) || hasLines(text, {"R1:", "P1:"}) ||
+                              text.find("<M1 ") != std::string::npos ||
+                              text.find("<R1 ") != std::string::npos;
+        const bool isOwn = text.find("cameraMatrix") != std::string::npos;
+        return isSample ? std::optional(CalibrationFormat::OpenCvStereo)
+               : isOwn  ? std::optional(CalibrationFormat::Own)
+                        : std::nullopt;
+    }
+    const std::pair<CalibrationFormat, std::vector<const char*>> marks[] = {
+        {CalibrationFormat::RosCameraInfo, {"image_width:", "camera_matrix:"}},
+        {CalibrationFormat::KalibrChain, {"cam0:"}},
+        {CalibrationFormat::Middlebury, {"cam0=", "baseline="}},
+        {CalibrationFormat::Kitti, {"P0:", "P1:"}},
+    };
+    for (const auto& [format, starts] : marks) {
+        if (hasLines(text, starts)) {
+            return format;
+        }
+    }
+    return std::nullopt;
+}
+
+CalibrationPair readForeign(const std::vector<std::string>& files, const ForeignDetails& details)
+{
+    const auto format = identify(files.front());
+    if (!format) {
+        throw Failure(files.front() +
+                      ": cannot be read or is no known calibration: this program's own, camera_info of "
+                      "ROS, OpenCV's stereo sample, Kalibr, Middlebury or KITTI");
+    }
+    return requirePair(readAny(files, *format, details), files.front());
+}
+
+} // namespace vision::toolkit
