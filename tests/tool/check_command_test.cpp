@@ -42,6 +42,15 @@ TEST_F(Check, HoldsDriftsOrDoesNotBelongOnRealPairs)
     EXPECT_EQ(holds["verdict"], "holds");
     EXPECT_LT(std::abs(holds["rowOffsetMedian"].get<double>()), 0.2);
 
+    const auto board = json("seven/right.yml --right r --board 9x6 --square 25mm", 0)["board"];
+    EXPECT_EQ(board["boards"], 6);
+    EXPECT_NEAR(board["squareMean"].get<double>(), 1, 0.003);
+    EXPECT_LT(board["squareDeviation"].get<double>(), 0.01);
+    EXPECT_LT(board["planeRms"].get<double>(), 0.003); // the boards are 0.3 m away
+    EXPECT_LT(std::abs(board["absoluteError"].get<double>()), 0.002);
+    EXPECT_GT(board["fillRate"].get<double>(), 0.5);
+    run(check + "seven/right.yml --right r --board 9x6", 2, HasSubstr("--square"));
+
     constexpr double within = 0.25; // of what was done
     const auto lowered = json("seven/right.yml --right lowered", 1);
     EXPECT_EQ(lowered["verdict"], "drifted");

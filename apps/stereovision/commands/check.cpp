@@ -1,4 +1,5 @@
 #include "commands/commands.h"
+#include "options/board_options.h"
 #include "options/output_options.h"
 #include "options/pair_options.h"
 #include "options/rig_options.h"
@@ -25,25 +26,42 @@ struct CheckOptions
 {
     PairInput input;
     CalibrationFiles calibrations;
+    Board board; ///< of no size unless one is looked for
     bool json = false;
     bool correct = false;
     OutputOptions output;
 };
 
-/// Pairs that cannot be read are told and left out.
-std::vector<PairCheck> checkPairs(PairSequence& pairs, const CalibrationPair& calibrations, Console& console)
+struct Checks
 {
-    std::vector<PairCheck> checks;
+    std::vector<PairCheck> pairs;
+    std::vector<BoardCheck> boards;
+};
+
+/// Pairs that cannot be read are told and left out.
+Checks checkPairs(PairSequence& pairs, const CalibrationPair& calibrations, const Board& board,
+                  Console& console)
+{
+    Checks checks;
     console.startProgress("checking pairs", pairs.size());
     for (std::size_t pair = 0; pair < pairs.size(); ++pair) {
         try {
-            checks.push_back(checkPair(pairs.name(pair), toEightBits(pairs.take(pair)()), calibrations));
+            const ImagePair images = toEightBits(pairs.take(pair)());
+            checks.pairs.push_back(checkPair(pairs.name(pair), images, calibrations));
+            if (!board.size.empty()) {
+                const auto found = checkBoard(images, board, calibrations);
+                if (found) {
+                    checks.boards.push_back(*found);
+                } else {
+                    console.note(pairs.name(pair) + ": no whole board is seen in both images");
+                }
+            }
         } catch (const std::exception& error) {
             console.error(describe(error));
         }
         console.advanceProgress();
     }
-    if (checks.empty()) {
+    if (checks.pairs.empty()) {
         throw Failure("no pair could be checked");
     }
     return checks;
@@ -77,6 +95,17 @@ void print(const std::vector<PairCheck>& pairs, const CalibrationCheck& check, C
     }
 }
 
+void print(const BoardSummary& board, Console& console)
+{
+    constexpr double millimetres = 1000;
+    console.result("square: " + formatFixed(board.squareMean, 4) + " +- " +
+                   formatFixed(board.squareDeviation, 4) + " of the given one, triangulated, in " +
+                   std::to_string(board.boards) + " pairs");
+    console.result("plane of the board: rms " + formatFixed(millimetres * board.planeRms, 2) +
+                   " mm, absolute error " + formatFixed(millimetres * board.absoluteError, 2) +
+                   " mm, fill rate " + formatFixed(100 * board.fillRate, 1) + " %");
+}
+
 /// Takes the rotation seen in every other pair into the calibration, if that improves the pairs between.
 void correct(const std::vector<PairCheck>& pairs, const CalibrationPair& calibrations,
              const OutputOptions& options, Console& console)
@@ -104,15 +133,25 @@ ExitCode runCheck(const CheckOptions& options, Console& console)
         throw Failure(
             "--correct needs --output, the folder for the corrected calibration, and the other way round");
     }
+    if (!options.board.size.empty()) {
+        if (!(options.board.spacing > 0)) {
+            throw Failure("--board needs --square, the edge of a square, such as 25mm");
+        }
+        requireComplete(options.board);
+    }
     const CalibrationPair calibrations{loadUsable(options.calibrations.left),
                                        loadUsable(options.calibrations.right)};
     const auto sequence = openPairs(options.input);
-    const std::vector<PairCheck> pairs = checkPairs(*sequence, calibrations, console);
+    const auto [pairs, boards] = checkPairs(*sequence, calibrations, options.board, console);
     const CalibrationCheck check = judgeCalibration(pairs, calibrations);
+    const auto board = boards.empty() ? std::nullopt : std::optional(summariseBoards(boards));
     if (options.json) {
-        console.result(toJson(pairs, check));
+        console.result(toJson(pairs, check, board));
     } else {
         print(pairs, check, console);
+        if (board) {
+            print(*board, console);
+        }
     }
     console.notes(check.reasons);
     if (options.correct && check.verdict != CheckVerdict::Foreign) {
@@ -138,6 +177,9 @@ Command addCheck(CLI::App& program)
                   "Take the rotation into the calibration, if that improves pairs that "
                   "were held back")
         ->group("Results");
+    addBoardOptions(*app, options->board);
+    app->get_option("--board")->required(false);
+    app->get_option("--square")->required(false);
     addOutputOptions(*app, "the corrected left.yml and right.yml", options->output);
     app->get_option("--output")->required(false);
     app->footer(

@@ -25,6 +25,16 @@ Json listRotation(const Rotation& rotation)
     return json;
 }
 
+Json listBoard(const BoardSummary& board)
+{
+    return {{"boards", board.boards},
+            {"squareMean", board.squareMean},
+            {"squareDeviation", board.squareDeviation},
+            {"planeRms", board.planeRms},
+            {"absoluteError", board.absoluteError},
+            {"fillRate", board.fillRate}};
+}
+
 } // namespace
 
 std::string nameOf(CheckVerdict verdict)
@@ -45,7 +55,8 @@ std::string describeRotation(const Rotation& rotation)
     return text;
 }
 
-std::string toJson(const std::vector<PairCheck>& pairs, const CalibrationCheck& check)
+std::string toJson(const std::vector<PairCheck>& pairs, const CalibrationCheck& check,
+                   const std::optional<BoardSummary>& board)
 {
     Json json;
     json["verdict"] = nameOf(check.verdict);
@@ -59,6 +70,7 @@ std::string toJson(const std::vector<PairCheck>& pairs, const CalibrationCheck& 
         json["regions"].push_back(numberOrNull(region.median));
     }
     json["rotation"] = check.rotation ? listRotation(*check.rotation) : Json(nullptr);
+    json["board"] = board ? listBoard(*board) : Json(nullptr);
     json["pairs"] = Json::array();
     for (const PairCheck& pair : pairs) {
         json["pairs"].push_back({{"name", pair.name},
