@@ -22,9 +22,9 @@ bool isOddWithin(int value, int lowest, int highest)
 /// The texts of a refusal. The log record names the value, the exception does not.
 struct Texts
 {
-    const char* setter;
-    const char* thrown;
-    const char* loggedBeforeValue;
+    const char* setter = "";
+    const char* thrown = "";
+    const char* loggedBeforeValue = "";
     const char* loggedBehindValue = ").";
 };
 

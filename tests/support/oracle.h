@@ -85,17 +85,10 @@ inline cv::Mat disparity(const vision::Stereo& p, int calibrationWidth, const cv
         bm->setUniquenessRatio(p.getUniquenessRatio());
         matcher = bm;
     } else {
-        matcher = cv::StereoSGBM::create(lowest,
-                                         number,
-                                         block,
-                                         0,
-                                         0,
-                                         0,
-                                         p.getPreFilterCap(),
-                                         p.getUniquenessRatio(),
-                                         0,
-                                         0,
-                                         cv::StereoSGBM::MODE_SGBM);
+        const auto sgbm = cv::StereoSGBM::create(lowest, number, block); // with OpenCV's own penalties
+        sgbm->setPreFilterCap(p.getPreFilterCap());
+        sgbm->setUniquenessRatio(p.getUniquenessRatio());
+        matcher = sgbm;
     }
     matcher->setMinDisparity(lowest);
     matcher->setBlockSize(block);
