@@ -76,7 +76,8 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
 
 int main(int argc, char** argv)
 {
-    // Some decoders of OpenCV complain on std::cerr; the user gets one message of ours, through stderr itself.
+    // Some decoders of OpenCV complain on std::cerr; the user gets one message of ours, through stderr
+    // itself.
     std::cerr.rdbuf(nullptr);
     tool::Console console;
     ExitCode code = ExitCode::NothingDone;

@@ -143,7 +143,8 @@ void doAnything(vision::Stereo& stereo, Input& input)
 
 } // namespace
 
-/// Drives one pipeline through calls with arguments of all kinds, which fail with standard exceptions if at all.
+/// Drives one pipeline through calls with arguments of all kinds, which fail with standard exceptions if at
+/// all.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     cv::setNumThreads(1);

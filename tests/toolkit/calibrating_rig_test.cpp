@@ -138,7 +138,8 @@ TEST(CalibratingRig, IsRefusedByName)
     }
 }
 
-/// One printed board: its picture, and how many px of it are a metre. The first point lies at the given place.
+/// One printed board: its picture, and how many px of it are a metre. The first point lies at the given
+/// place.
 struct Print
 {
     cv::Mat picture;

@@ -8,7 +8,8 @@
 
 namespace tool {
 
-/// Sets options that were not given on the command line from a JSON object of names (without dashes) and values.
+/// Sets options that were not given on the command line from a JSON object of names (without dashes) and
+/// values.
 /// @param parameters names of the options that may be set so
 /// @throws Failure naming the file and what is wrong with it
 void applyParameterFile(CLI::App& app, const std::vector<std::string>& parameters, const std::string& file);

@@ -30,8 +30,8 @@ double findTilt(const BoardPose& pose);
 /// The largest angle between two positions of the board, degrees.
 double findTiltRange(const std::vector<const SettledView*>& used);
 
-/// The same as a camera with a common lens would see it. Without tilt, a fit gives any focal length, and with it
-/// any tilt.
+/// The same as a camera with a common lens would see it. Without tilt, a fit gives any focal length, and with
+/// it any tilt.
 double findCommonTiltRange(const std::vector<const SettledView*>& used, const BoardSearch& search);
 
 /// Row errors and the re-measured distances of neighbouring points.

@@ -10,7 +10,8 @@
 
 namespace vision::toolkit {
 
-/// @throws Failure when a value is out of range, contradicts another one or needs calibrations that are missing
+/// @throws Failure when a value is out of range, contradicts another one or needs calibrations that are
+/// missing
 void requireValid(const RangeSettings& range, const std::optional<double>& maxDepth, const Rig& rig);
 
 /// Whether both ends are given.

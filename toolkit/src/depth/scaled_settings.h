@@ -5,7 +5,8 @@
 
 namespace vision::toolkit {
 
-/// The settings for images that are smaller than those which the given ones hold for, so that they mean the same.
+/// The settings for images that are smaller than those which the given ones hold for, so that they mean the
+/// same.
 /// @param factor width of the images over the width that the settings hold for, at most 1
 MatcherSettings scaleTo(const MatcherSettings& settings, double factor);
 

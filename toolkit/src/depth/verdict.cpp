@@ -11,9 +11,9 @@ namespace vision::toolkit {
 
 namespace {
 
-/// Whether matches pile up between two disparities at an end of the range: more than a stray few, and nearly as
-/// many as if they were spread evenly over the range. (Over the images of docs/accuracy.md an end that leaves a
-/// margin has less than 0.3 times an even share.)
+/// Whether matches pile up between two disparities at an end of the range: more than a stray few, and nearly
+/// as many as if they were spread evenly over the range. (Over the images of docs/accuracy.md an end that
+/// leaves a margin has less than 0.3 times an even share.)
 bool isCrowded(const PairDepth& depth, double lowest, double highest)
 {
     constexpr double strays = 0.01;

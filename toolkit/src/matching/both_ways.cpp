@@ -41,8 +41,8 @@ void dropContradicted(cv::Mat& disparity, const cv::Mat& confirmation)
     }
 }
 
-/// Drops the matches of pixels around which the image does not change at all, such as black borders and clipped
-/// skies: there the semi-global matchers carry on whatever comes from the side.
+/// Drops the matches of pixels around which the image does not change at all, such as black borders and
+/// clipped skies: there the semi-global matchers carry on whatever comes from the side.
 void dropFeatureless(cv::Mat& disparity, const cv::Mat& image)
 {
     constexpr int around = 17; // px

@@ -22,8 +22,8 @@ struct Borders
     int vertical;
 };
 
-/// The columns at the left and at the right that the matchers leave blank, as not the whole range lies inside the
-/// other image there.
+/// The columns at the left and at the right that the matchers leave blank, as not the whole range lies inside
+/// the other image there.
 int blankLeft(const SearchRange& range)
 {
     return std::max(range.maxDisparity() + 1, 0);
@@ -34,8 +34,8 @@ int blankRight(const SearchRange& range)
     return std::max(-range.minDisparity, 0);
 }
 
-/// Half a block more all around: the matchers leave that blank too, and read past their buffers where there is
-/// less.
+/// Half a block more all around: the matchers leave that blank too, and read past their buffers where there
+/// is less.
 Borders findBorders(const SearchRange& range, const MatcherSettings& settings)
 {
     const int half = *settings.window / 2 + 1;
@@ -45,7 +45,8 @@ Borders findBorders(const SearchRange& range, const MatcherSettings& settings)
     return {blankLeft(range) + half, blankRight(range) + half, half};
 }
 
-/// Lets the core match. Its calibrations are as wide as the images, so that it takes its parameters as they are.
+/// Lets the core match. Its calibrations are as wide as the images, so that it takes its parameters as they
+/// are.
 cv::Mat matchByCore(const cv::Mat& left, const cv::Mat& right, const SearchRange& range,
                     const MatcherSettings& settings)
 {
@@ -129,7 +130,8 @@ cv::Mat matchOneWay(const cv::Mat& left, const cv::Mat& right, const SearchRange
 
 cv::Mat findUnsearched(const cv::Size& size, const SearchRange& range, bool fullWidth)
 {
-    // With the full width, a pixel can be searched when one disparity of the range leads into the other image.
+    // With the full width, a pixel can be searched when one disparity of the range leads into the other
+    // image.
     const int first = fullWidth ? range.minDisparity : blankLeft(range);
     const int behindLast = size.width + (fullWidth ? range.maxDisparity() : -blankRight(range));
     cv::Mat unsearched(size, CV_8UC1, cv::Scalar::all(255));

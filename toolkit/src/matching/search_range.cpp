@@ -15,7 +15,8 @@ namespace {
 
 constexpr int step = 16; ///< the matchers take multiples of it
 
-/// The matchers give sixteenths of a px in 16 bits, and mark what is not matched by one px less than the smallest.
+/// The matchers give sixteenths of a px in 16 bits, and mark what is not matched by one px less than the
+/// smallest.
 constexpr int largestDisparity = 2047;
 
 } // namespace

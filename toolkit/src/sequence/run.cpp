@@ -13,7 +13,8 @@ namespace vision::toolkit {
 
 namespace {
 
-/// OpenCV's threads are those of the process: each worker gets its share of them, and afterwards all come back.
+/// OpenCV's threads are those of the process: each worker gets its share of them, and afterwards all come
+/// back.
 class SharedOpenCvThreads
 {
 public:

@@ -13,13 +13,13 @@
 namespace vision::toolkit {
 
 /// Draws both images of a pair in which the board was found, at most 640 px wide each: its points (the first
-/// one larger; green for a pair that is used, red for others) and their residuals as arrows from where the fit
-/// has a point towards where it was seen, longer by the factor that the picture names.
+/// one larger; green for a pair that is used, red for others) and their residuals as arrows from where the
+/// fit has a point towards where it was seen, longer by the factor that the picture names.
 /// @return `CV_8UC3`
 VISION_TOOLKIT_EXPORT cv::Mat drawView(const CalibratedPair& pair, const PairSighting& sighting);
 
-/// Draws for both cameras where in the image the board was seen: all points of the pairs used, in the colour of
-/// their residual, and how far they reach towards each corner of the image.
+/// Draws for both cameras where in the image the board was seen: all points of the pairs used, in the colour
+/// of their residual, and how far they reach towards each corner of the image.
 /// @param report with a result
 /// @return `CV_8UC3`
 VISION_TOOLKIT_EXPORT cv::Mat drawCoverage(const CalibrationReport& report);

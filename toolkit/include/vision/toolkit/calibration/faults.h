@@ -14,8 +14,8 @@ namespace vision::toolkit {
 /// Codes: "size", "camera-matrix", "projection-matrix", "no-rotation", "distortion", "focal-length".
 VISION_TOOLKIT_EXPORT Notes findFaults(const Calibration& calibration);
 
-/// What keeps two calibrations without faults of their own from being those of a left and a right camera that were
-/// calibrated together, each with the way out. Empty if they can be used.
+/// What keeps two calibrations without faults of their own from being those of a left and a right camera that
+/// were calibrated together, each with the way out. Empty if they can be used.
 ///
 /// Codes: "sizes-differ", "swapped", "left-translated", "same-camera", "vertical", "focal-lengths-differ",
 /// "rows-differ".

@@ -7,7 +7,8 @@
 
 namespace vision::toolkit {
 
-/// What of the range is given; the images tell the rest. An end is given in one way or the other, not in both.
+/// What of the range is given; the images tell the rest. An end is given in one way or the other, not in
+/// both.
 struct RangeSettings
 {
     std::optional<double> nearest;   ///< depth of the nearest thing, m

@@ -16,8 +16,8 @@ namespace vision::toolkit {
 VISION_TOOLKIT_EXPORT std::string encodeCameraInfo(const Calibration& calibration, const std::string& camera);
 
 /// One JSON object with `imageSize` [width, height], `left` and `right` (each `cameraMatrix`, `distortion`,
-/// `rectificationMatrix`, `projectionMatrix`, as nested lists of rows), and the pose of the right camera: `R` and `T` in
-/// x_right = R x_left + T, in metres.
+/// `rectificationMatrix`, `projectionMatrix`, as nested lists of rows), and the pose of the right camera: `R`
+/// and `T` in x_right = R x_left + T, in metres.
 VISION_TOOLKIT_EXPORT std::string encodePlain(const CalibrationPair& pair);
 
 } // namespace vision::toolkit

@@ -40,9 +40,11 @@ struct ForeignDetails
 
 /// Reads the calibrations of both cameras from one or two files of any format, the left camera's first.
 ///
-/// Lengths become metres. What is not rectified yet is rectified with zero disparity at infinity and only valid pixels.
-/// @throws Failure naming the file when it is of no known format, lacks something, or holds what the record cannot
-///         (fisheye, equidistant and omnidirectional models), or when the cameras do not stand side by side
+/// Lengths become metres. What is not rectified yet is rectified with zero disparity at infinity and only
+/// valid pixels.
+/// @throws Failure naming the file when it is of no known format, lacks something, or holds what the record
+///         cannot (fisheye, equidistant and omnidirectional models), or when the cameras do not stand side by
+///         side
 VISION_TOOLKIT_EXPORT CalibrationPair readForeign(const std::vector<std::string>& files,
                                                   const ForeignDetails& details);
 

@@ -48,7 +48,8 @@ VISION_TOOLKIT_EXPORT std::vector<PairNames> pairUp(const std::vector<std::strin
                                                     const std::vector<std::string>& right);
 
 /// Reads a pair of image files.
-/// @throws Failure naming the file when one cannot be read or used, both are the same file, or the sizes differ
+/// @throws Failure naming the file when one cannot be read or used, both are the same file, or the sizes
+/// differ
 VISION_TOOLKIT_EXPORT RawPair readRawPair(const PairNames& files);
 
 /// Tests whether two images can be used as a pair.
@@ -59,7 +60,8 @@ VISION_TOOLKIT_EXPORT void requireUsable(const RawPair& pair, const PairNames& n
 ///
 /// Of images with 16 bits, the full range of the sensor is scaled to 0 .. 255. That range is taken to be the
 /// smallest of 8, 10, 12, 14 and 16 bits that holds the brightest pixel of the pair. An alpha channel is
-/// dropped. When one image is many times as bright as the other, that is noted: their bit ranges seem to differ.
+/// dropped. When one image is many times as bright as the other, that is noted: their bit ranges seem to
+/// differ.
 VISION_TOOLKIT_EXPORT ImagePair toEightBits(const RawPair& pair);
 
 /// Reads a pair and converts it to 8 bits.

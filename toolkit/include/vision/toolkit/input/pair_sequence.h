@@ -37,15 +37,15 @@ public:
 
     [[nodiscard]] virtual std::size_t size() const = 0;
 
-    /// What results of a pair are called after: the name of its left image without folder and extension; for a
-    /// video followed by a dash and the number of the frame, from 0, in six digits.
+    /// What results of a pair are called after: the name of its left image without folder and extension; for
+    /// a video followed by a dash and the number of the frame, from 0, in six digits.
     [[nodiscard]] virtual std::string name(std::size_t pair) const = 0;
 
     /// What messages call both images.
     [[nodiscard]] virtual PairNames images(std::size_t pair) const = 0;
 
-    /// Begins to read a pair. A video is decoded here, so calls must not overlap and are fast when the numbers
-    /// grow; a file is read when the result is called.
+    /// Begins to read a pair. A video is decoded here, so calls must not overlap and are fast when the
+    /// numbers grow; a file is read when the result is called.
     [[nodiscard]] virtual Read take(std::size_t pair) = 0;
 };
 

@@ -20,10 +20,10 @@ struct Matches
 
 /// Matches a rectified pair, of any size.
 ///
-/// Matches that lie outside the right image or where it shows nothing are dropped. Images too small for the range
-/// or the window are no error: what cannot be searched is not matched.
-/// @param threads how many threads may match at once, besides those that OpenCV uses itself; the result is the
-///        same for any number
+/// Matches that lie outside the right image or where it shows nothing are dropped. Images too small for the
+/// range or the window are no error: what cannot be searched is not matched.
+/// @param threads how many threads may match at once, besides those that OpenCV uses itself; the result is
+///        the same for any number
 /// @throws Failure as withDefaults(), or when the images are no pair of `CV_8UC1` images of the same size
 VISION_TOOLKIT_EXPORT Matches match(const RectifiedPair& pair, const SearchRange& range,
                                     const MatcherSettings& settings, int threads = 1);

@@ -53,7 +53,8 @@ VISION_TOOLKIT_EXPORT DisparitySpan spanBetween(double nearest, double farthest,
 
 /// The smallest range that covers a span in images of the given width.
 ///
-/// It leaves out what would lie outside the other image, and what the matchers cannot express (beyond 2047 px).
+/// It leaves out what would lie outside the other image, and what the matchers cannot express (beyond 2047
+/// px).
 /// @throws Failure when nothing is left
 VISION_TOOLKIT_EXPORT SearchRange toSearchRange(const DisparitySpan& span, int width);
 

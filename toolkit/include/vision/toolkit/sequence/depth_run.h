@@ -34,9 +34,10 @@ struct DepthRun
 
 /// Computes the depth of the pairs of a shard and writes the results.
 ///
-/// What does not depend on one pair alone, the range and the colours, is found in at most nine pairs spread evenly
-/// over the whole sequence: so files and reports depend neither on shards nor on jobs.
-/// @param tell gets a report of each pair, in their order, one at a time; a pair that fails has its error in it
+/// What does not depend on one pair alone, the range and the colours, is found in at most nine pairs spread
+/// evenly over the whole sequence: so files and reports depend neither on shards nor on jobs.
+/// @param tell gets a report of each pair, in their order, one at a time; a pair that fails has its error in
+/// it
 /// @throws Failure when the settings cannot be used with the rig, or two pairs would write the same files
 VISION_TOOLKIT_EXPORT void runDepth(PairSequence& pairs, const DepthRun& run, const OutputFolder& folder,
                                     const std::function<void(const PairReport&)>& tell);

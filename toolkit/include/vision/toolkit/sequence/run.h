@@ -19,8 +19,9 @@ using Work = std::function<Deliver()>;
 
 /// Processes items by several workers, so that what is told of them does not depend on how many there are.
 ///
-/// Items are begun and delivered in their order; a worker that is far ahead of the slowest one waits, which bounds
-/// the memory whatever the number of items. While it runs, OpenCV's own threads are shared out among the workers.
+/// Items are begun and delivered in their order; a worker that is far ahead of the slowest one waits, which
+/// bounds the memory whatever the number of items. While it runs, OpenCV's own threads are shared out among
+/// the workers.
 /// @param take begins an item; calls come one at a time, in the order of the items
 /// @param workers at least 1
 /// @throws what a call throws, once all workers have stopped; no further item is begun then

@@ -20,9 +20,10 @@ VISION_TOOLKIT_EXPORT std::string nameOf(CheckVerdict verdict);
 VISION_TOOLKIT_EXPORT std::string describeRotation(const Rotation& rotation);
 
 /// One object with `verdict`, `reasons` (objects with `code` and `text`), `rowOffsetMedian`,
-/// `rowOffsetSpread`, `rowOffsetRms`, `trend` (px), `regions` (nine medians, px), `rotation` (degrees: `pitch`,
-/// `yaw`, `roll` and the same with `Uncertainty`; null when not known), `board` (null unless one was looked for and
-/// found: `boards`, `squareMean`, `squareDeviation`, `planeRms` and `absoluteError` in m, `fillRate`) and `pairs`.
+/// `rowOffsetSpread`, `rowOffsetRms`, `trend` (px), `regions` (nine medians, px), `rotation` (degrees:
+/// `pitch`, `yaw`, `roll` and the same with `Uncertainty`; null when not known), `board` (null unless one was
+/// looked for and found: `boards`, `squareMean`, `squareDeviation`, `planeRms` and `absoluteError` in m,
+/// `fillRate`) and `pairs`.
 VISION_TOOLKIT_EXPORT std::string toJson(const std::vector<PairCheck>& pairs, const CalibrationCheck& check,
                                          const std::optional<BoardSummary>& board);
 

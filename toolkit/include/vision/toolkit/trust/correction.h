@@ -19,8 +19,8 @@ struct Correction
     [[nodiscard]] bool improves() const { return after < before; }
 };
 
-/// Fits the rotation of the right camera to every other pair and tries it on the pairs between; if these get better,
-/// the rotation of all pairs together is what the correction takes in.
+/// Fits the rotation of the right camera to every other pair and tries it on the pairs between; if these get
+/// better, the rotation of all pairs together is what the correction takes in.
 /// @param pairs two at least, with matches
 /// @throws Failure when the pairs are too few, or their matches
 VISION_TOOLKIT_EXPORT Correction makeCorrection(const std::vector<PairCheck>& pairs,

@@ -14,8 +14,9 @@
 
 namespace vision::toolkit {
 
-/// How the right camera has turned since the calibration, about the axes of its rectified frame (x to the right, y
-/// down, z forward), in radians. Rows see pitch and roll well and yaw hardly; the distance of the cameras not at all.
+/// How the right camera has turned since the calibration, about the axes of its rectified frame (x to the
+/// right, y down, z forward), in radians. Rows see pitch and roll well and yaw hardly; the distance of the
+/// cameras not at all.
 struct Rotation
 {
     cv::Vec3d angles;      ///< pitch (about x), yaw (about y), roll (about z)

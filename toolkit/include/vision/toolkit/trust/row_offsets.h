@@ -10,13 +10,14 @@
 
 namespace vision::toolkit {
 
-/// How far the rows of a rectified pair are off. On a good calibration the median is within 0.2 px and the spread,
-/// which the measurement itself has, 0.15 to 0.4 px.
+/// How far the rows of a rectified pair are off. On a good calibration the median is within 0.2 px and the
+/// spread, which the measurement itself has, 0.15 to 0.4 px.
 struct RowOffsets
 {
     double median; ///< row of the right image minus that of the left one, px; NaN when nothing was matched
     double
-        spread; ///< px: 1.48 times the median distance from the median, the standard deviation if it were normal
+        /// px: 1.48 times the median distance from the median, the standard deviation if it were normal
+        spread;
     std::size_t matched;
     std::size_t features; ///< of those, so many were looked for
     double behind;        ///< share of the matched ones that lie behind the cameras, as in swapped images

@@ -16,7 +16,8 @@ VISION_TOOLKIT_EXPORT bool isForeign(const RowOffsets& rows);
 /// - "images-swapped": the features lie behind the cameras, or are found once left and right are exchanged
 /// - "images-do-not-correspond": hardly any feature is found in both images
 /// - "rows-differ": the rows are off by more than half a pixel, or by different amounts
-/// @param exchanged the same measured with left and right exchanged, if the first one is foreign; otherwise anything
+/// @param exchanged the same measured with left and right exchanged, if the first one is foreign; otherwise
+/// anything
 VISION_TOOLKIT_EXPORT Notes judgeRows(const RowOffsets& rows, const RowOffsets& exchanged);
 
 } // namespace vision::toolkit
