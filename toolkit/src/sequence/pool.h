@@ -21,18 +21,18 @@ public:
     template <typename Use>
     auto with(const Use& use)
     {
-        std::unique_ptr<Object> object = _take();
+        std::unique_ptr<Object> object = take();
         struct Return
         {
             Pool& pool;
             std::unique_ptr<Object>& object;
-            ~Return() { pool._give(std::move(object)); }
+            ~Return() { pool.give(std::move(object)); }
         } const giveBack{*this, object};
         return use(*object);
     }
 
 private:
-    std::unique_ptr<Object> _take()
+    std::unique_ptr<Object> take()
     {
         {
             const std::lock_guard lock(_mutex);
@@ -45,7 +45,7 @@ private:
         return _make();
     }
 
-    void _give(std::unique_ptr<Object> object)
+    void give(std::unique_ptr<Object> object)
     {
         const std::lock_guard lock(_mutex);
         _idle.push_back(std::move(object));

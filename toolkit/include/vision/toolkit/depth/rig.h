@@ -14,9 +14,9 @@ namespace vision::toolkit {
 /// What turns the disparities of a pair that is rectified already into depth.
 struct RectifiedGeometry
 {
-    double focalLength; ///< px
-    double baseline;    ///< m
-    double doffs = 0;   ///< px, cx of the right minus cx of the left image: Z = f B / (d + doffs)
+    double focalLength = 0; ///< px
+    double baseline = 0;    ///< m
+    double doffs = 0;       ///< px, cx of the right minus cx of the left image: Z = f B / (d + doffs)
     std::optional<cv::Point2d> principalPoint; ///< px, of the left image; unless given its centre
 };
 
@@ -24,7 +24,7 @@ struct RectifiedGeometry
 struct Rig
 {
     cv::Size size;                               ///< of the images that all numbers in px hold for
-    bool isRectified;                            ///< whether the images are rectified already
+    bool isRectified = false;                    ///< whether the images are rectified already
     std::optional<CalibrationPair> calibrations; ///< none: there is disparity only
 };
 
