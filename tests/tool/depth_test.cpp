@@ -172,7 +172,7 @@ TEST_F(Depth, PrintsJsonAndKeepsParameters)
         "",
         "");
     run("echo '{\"window\": \"x\"}' >p.json; plane --params p.json", 2, HasSubstr("window"));
-    run("echo '{\"left\": \"x\"}' >p.json; plane --params p.json", 2, HasSubstr("\"left\" is no parameter"));
+    run("echo '{\"left\": \"x\"}' >p.json; plane --params p.json", 2, HasSubstr("is called \"left\""));
     run("echo '[]' >p.json; plane --params p.json", 2, HasSubstr("no JSON object"));
 }
 

@@ -24,7 +24,7 @@ Json readObject(const std::string& file)
         throw Failure("--params " + file + ": cannot open the file: " + std::strerror(errno) +
                       "; check the name");
     }
-    const Json json = Json::parse(stream, nullptr, false);
+    Json json = Json::parse(stream, nullptr, false);
     if (!json.is_object()) {
         throw Failure("--params " + file +
                       R"(: is no JSON object, such as {"algorithm": "bm", "window": 15})");
@@ -76,10 +76,12 @@ void applyParameterFile(CLI::App& app, const std::vector<std::string>& parameter
     const Json json = readObject(file);
     for (const auto& [name, value] : json.items()) {
         if (std::find(parameters.begin(), parameters.end(), name) == parameters.end()) {
-            throw Failure("--params " + file + ": \"" + name +
-                          "\" is no parameter; those of matching are, see --help");
+            throw Failure("--params " + file + ": no parameter of matching is called \"" + name +
+                          "\"; see --help");
         }
-        setOption(*app.get_option("--" + name), file, value);
+        std::string option = "--";
+        option += name;
+        setOption(*app.get_option(option), file, value);
     }
 }
 

@@ -24,7 +24,8 @@ Corners turnByQuarter(const Corners& corners, int size)
     Corners turned;
     for (int row = 0; row < size; ++row) {
         for (int column = 0; column < size; ++column) {
-            turned.push_back(corners[static_cast<std::size_t>((size - 1 - column) * size + row)]);
+            const int place = (size - 1 - column) * size + row;
+            turned.push_back(corners[static_cast<std::size_t>(place)]);
         }
     }
     return turned;

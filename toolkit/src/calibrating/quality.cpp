@@ -160,6 +160,7 @@ double findTilt(const BoardPose& pose)
 double findTiltRange(const std::vector<const SettledView*>& used)
 {
     std::vector<cv::Vec3d> normals;
+    normals.reserve(used.size());
     for (const SettledView* view : used) {
         normals.push_back(findNormal(view->pose.rotation));
     }

@@ -43,6 +43,7 @@ Probes makeProbes(const PairFit& fit, const cv::Size& imageSize, double depth)
     std::vector<cv::Point2d> rays;
     cv::undistortPoints(pixels, rays, fit.left.matrix, fit.left.distortion);
     std::vector<cv::Point3d> places;
+    places.reserve(rays.size());
     for (const cv::Point2d& ray : rays) {
         places.emplace_back(depth * ray.x, depth * ray.y, depth);
     }

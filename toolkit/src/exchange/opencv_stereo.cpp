@@ -39,6 +39,7 @@ CalibrationPair readOpenCvStereo(const std::vector<std::string>& files, const Fo
                       ": does not hold the size of the images; give it with --size, such as 640x480");
     }
     std::vector<cv::FileStorage> storages;
+    storages.reserve(files.size());
     for (const std::string& file : files) {
         storages.emplace_back(file, cv::FileStorage::READ);
     }

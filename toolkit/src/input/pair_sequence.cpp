@@ -87,7 +87,7 @@ public:
     Read take(std::size_t pair) override
     {
         try {
-            return [frames = decode(pair)] { return frames; };
+            return [frames = _decode(pair)] { return frames; };
         } catch (const Failure& failure) { // belongs to this pair, so it is told where the pair is read
             return [failure]() -> RawPair { throw failure; };
         }
@@ -95,7 +95,7 @@ public:
 
 protected:
     explicit VideoPairs(const std::string& left) : _left(left) {}
-    virtual RawPair decode(std::size_t pair) = 0;
+    virtual RawPair _decode(std::size_t pair) = 0;
 
     Video _left;
 };
@@ -117,7 +117,7 @@ public:
     }
 
 private:
-    RawPair decode(std::size_t pair) override
+    RawPair _decode(std::size_t pair) override
     {
         RawPair frames{_left.read(pair), _right.read(pair)};
         requireUsable(frames, images(pair));
@@ -138,7 +138,7 @@ public:
     }
 
 private:
-    RawPair decode(std::size_t pair) override { return splitSides(_left.read(pair), images(pair).left); }
+    RawPair _decode(std::size_t pair) override { return splitSides(_left.read(pair), images(pair).left); }
 };
 
 bool holdsVideo(const std::vector<std::string>& names)

@@ -87,6 +87,7 @@ SearchRange shrink(const SearchRange& range, int factor)
 cv::Mat enlarge(const cv::Mat& disparity, const cv::Size& size)
 {
     std::vector<Place> columns;
+    columns.reserve(static_cast<std::size_t>(size.width));
     for (int x = 0; x < size.width; ++x) {
         columns.push_back(findPlace(x, size.width, disparity.cols));
     }

@@ -140,11 +140,13 @@ void measureDepth(const PairDepth& depth, const SeenBoard& seen, BoardCheck& che
         return;
     }
     std::vector<cv::Vec3d> corners;
+    corners.reserve(seen.points.size());
     for (const auto& [number, point] : seen.points) {
         corners.push_back(point);
     }
     const Plane board = fitPlane(corners);
     std::vector<double> errors;
+    errors.reserve(points.size());
     for (const cv::Vec3d& point : points) {
         errors.push_back(point[2] - board.depthAlong(point));
     }
@@ -176,6 +178,7 @@ std::optional<BoardCheck> checkBoard(const ImagePair& pair, const Board& board,
     BoardCheck check;
     check.squares = measureSquares(seen, board);
     std::vector<double> depths;
+    depths.reserve(seen.points.size());
     for (const auto& [number, point] : seen.points) {
         depths.push_back(point[2]);
     }

@@ -38,7 +38,8 @@ std::array<RegionOffset, 9> findRegions(const std::vector<FeatureMatch>& matches
     for (const auto& match : matches) {
         const int column = std::clamp(static_cast<int>(3 * match.left.x / left.width), 0, 2);
         const int row = std::clamp(static_cast<int>(3 * match.left.y / left.height), 0, 2);
-        offsets[static_cast<std::size_t>(3 * row + column)].push_back(match.right.y - match.left.y);
+        const int region = 3 * row + column;
+        offsets[static_cast<std::size_t>(region)].push_back(match.right.y - match.left.y);
     }
     std::array<RegionOffset, 9> regions{};
     for (std::size_t i = 0; i < regions.size(); ++i) {

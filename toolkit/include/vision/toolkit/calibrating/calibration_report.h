@@ -33,7 +33,7 @@ VISION_TOOLKIT_EXPORT const char* nameOf(Verdict verdict);
 /// Why a calibration is not good, and what to do.
 struct Reason
 {
-    Verdict verdict; ///< the best one that it leaves
+    Verdict verdict = Verdict::Refused; ///< the best one that it leaves
     Note note;
 };
 

@@ -24,10 +24,10 @@ struct DepthError
 /// Standard deviations of what was estimated; NaN where there are too few poses to tell.
 struct PairUncertainty
 {
-    PairDeviation cameras;
-    double baseline;       ///< m
-    cv::Vec3d rotation;    ///< of the right camera against the left one, about its x, y and z axis; degrees
-    double unseenRowError; ///< px rms, of views against fits that did not see them
+    PairDeviation cameras{};
+    double baseline = 0; ///< m
+    cv::Vec3d rotation;  ///< of the right camera against the left one, about its x, y and z axis; degrees
+    double unseenRowError = 0;      ///< px rms, of views against fits that did not see them
     std::vector<DepthError> depths; ///< at 0.5, 1, 2 and 5 m
 };
 

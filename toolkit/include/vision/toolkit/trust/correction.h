@@ -13,8 +13,8 @@ namespace vision::toolkit {
 struct Correction
 {
     Calibration right; ///< of the right camera, turned back
-    double before;     ///< row offset of the pairs held back: median of its absolute value, px
-    double after;
+    double before = 0; ///< row offset of the pairs held back: median of its absolute value, px
+    double after = 0;
 
     [[nodiscard]] bool improves() const { return after < before; }
 };
