@@ -78,7 +78,8 @@ std::vector<double> findRowErrors(const RectifiedView& view)
 {
     std::vector<double> errors;
     for (std::size_t i = 0; i < view.left.size(); ++i) {
-        errors.push_back(std::abs(double{view.left[i].y} - double{view.right[i].y}));
+        const double offset = double{view.left[i].y} - double{view.right[i].y};
+        errors.push_back(std::abs(offset));
     }
     return errors;
 }
