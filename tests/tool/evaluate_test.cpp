@@ -67,7 +67,7 @@ TEST_F(Rectify, KeepsColourAndBits)
         "tool rectify --left-calibration left.yml --right-calibration right.yml --output out ";
     for (const int type : {CV_8UC1, CV_16UC1, CV_8UC3, CV_16UC3, CV_16UC4}) {
         cv::Mat image(sceneSize, type);
-        cv::RNG(type).fill(image, cv::RNG::UNIFORM, 0, 65536);
+        cv::RNG(static_cast<std::uint64_t>(type)).fill(image, cv::RNG::UNIFORM, 0, 65536);
         cv::imwrite(path("l1.png"), image);
         cv::imwrite(path("r1.png"), image);
         run(rectify + "--force --left 'l?.png' --right 'r?.png'",
