@@ -2,6 +2,7 @@
 
 #include <vision/stereo.h>
 
+#include <nlohmann/json.hpp>
 #include <opencv2/calib3d.hpp>
 
 #include <algorithm>
@@ -10,6 +11,7 @@
 using namespace support;
 using testing::AllOf;
 using testing::HasSubstr;
+using testing::Not;
 
 namespace {
 
@@ -85,12 +87,82 @@ TEST_F(Calibrate, SkipsPairsThatCannotBeUsed)
     EXPECT_NEAR(valueOf("baseline: ", out), 83.2, 0.5);
 }
 
+TEST_F(Calibrate, TakesTheSizesThatMostImagesAndTheBoardHave)
+{
+    for (const std::string side : {"left", "right"}) {
+        cv::Mat half = cv::imread(path("images/" + side + "01.jpg"), cv::IMREAD_GRAYSCALE);
+        cv::resize(half, half, {}, 0.5, 0.5, cv::INTER_AREA);
+        cv::imwrite(path(side + ".png"), half);
+    }
+    std::ofstream(path("broken.jpg")) << "\xFF\xD8\xFF";
+    for (const char* board : {"10x7", "6x9", "8x6"}) { // in squares, swapped, one off
+        const std::string out = run(
+            std::string("BOARD=") + board +
+                " calibrate --force --left left.png images/left0[2-5].jpg broken.jpg images/left.jpg"
+                " --right right.png images/right0[2-5].jpg r.png images/right.jpg",
+            1,
+            AllOf(HasSubstr(board == std::string("6x9") ? "" : "9 x 6 is taken"), HasSubstr("broken.jpg: ")),
+            AllOf(HasSubstr("pairs used: 4 of 7\n"),
+                  HasSubstr("left.png and right.png: is 320 x 240, most pairs with a board are 640 x 480"),
+                  HasSubstr("left.jpg and images/right.jpg: no whole board found in either image"),
+                  Not(HasSubstr("broken")))); // told once, on stderr
+        EXPECT_NEAR(valueOf("baseline: ", out), 83.2, 0.5);
+    }
+}
+
+TEST_F(Calibrate, WritesWhatCanBeTrustedOnly)
+{
+    struct Run
+    {
+        const char* images;
+        const char* verdict;
+        int code;
+        int codeWhenForced;
+        bool isWritten;
+    };
+    const Run rows[] = {
+        {"--left images/left0[1-5].jpg --right images/right0[1-5].jpg", "usable", 0, 0, true},
+        {"--left images/left0[1-3].jpg --right images/right0[1-3].jpg", "poor", 1, 0, true},
+        {"--left images/right0[1-4].jpg --right images/left0[1-4].jpg", "refused", 2, 0, false},
+        {"--left l.png --right r.png", "refused", 2, 2, false}, // for want of a board
+    };
+    for (const Run& row : rows) {
+        const std::string command = std::string("rm -rf out; calibrate --json ") + row.images;
+        const auto err = HasSubstr(std::string(row.verdict) + ": ");
+        const auto json = nlohmann::json::parse(run(command, row.code, err));
+        EXPECT_EQ(json, nlohmann::json::parse(readFile(path("out/report.json")))) << row.images;
+        EXPECT_EQ(json["verdict"], row.verdict);
+        EXPECT_EQ(json["reasons"][0]["verdict"], row.verdict);
+        EXPECT_EQ(std::filesystem::exists(path("out/left.yml")), row.isWritten) << row.images;
+        EXPECT_EQ(json.contains("rectifiedFocalLength"), json["pairs"][0]["used"]) << row.images;
+        for (const auto& pair : json["pairs"]) {
+            EXPECT_EQ(pair["used"], pair["reason"].get<std::string>().empty());
+            if (pair["used"]) { // both images side by side
+                const cv::Mat picture = cv::imread(path("out/" + pair["picture"].get<std::string>()));
+                EXPECT_EQ(picture.cols, 640 + 8 + 640);
+            }
+        }
+        run(command + " --force-poor", row.codeWhenForced, err);
+        EXPECT_EQ(std::filesystem::exists(path("out/right.yml")), row.codeWhenForced == 0) << row.images;
+    }
+}
+
 TEST_F(Calibrate, SaysWhatToChangeAndWritesNothing)
 {
     const std::pair<std::string, std::string> rows[] = {
         {"SQUARE=25 calibrate --left l.png --right r.png", "--square"},
         {"BOARD=9 calibrate --left l.png --right r.png", "--board"},
         {"BOARD=9x2 calibrate --left l.png --right r.png", "--board"},
+        {"calibrate --left l.png --right r.png --distortion 6", "--distortion"},
+        {"calibrate --left l.png --right r.png --fix k9", "--fix"},
+        {"calibrate --left l.png --right r.png --alpha 2", "--alpha"},
+        {"calibrate --left l.png --right r.png --pattern dots", "--pattern"},
+        {"calibrate --left l.png --right r.png --pattern charuco", "--marker and --dictionary"},
+        {"calibrate --left l.png --right r.png --pattern charuco --marker 3cm --dictionary X", "less than"},
+        {"calibrate --left l.png --right r.png --pattern charuco --marker 2cm --dictionary X", "\"X\""},
+        {"mkdir -p out; touch out/view-1-l.jpg; calibrate --left l.png --right r.png; rc=$?; rm -r out; exit "
+         "$rc",
+         "view-1-l.jpg"},
     };
     for (const auto& [command, complaint] : rows) {
         run(command, 2, AllOf(HasSubstr("stereovision: error: "), HasSubstr(complaint)), "");

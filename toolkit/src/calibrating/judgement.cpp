@@ -24,7 +24,7 @@ std::string degrees(double angle)
 
 void judgePoses(std::size_t poses, Reasons& reasons)
 {
-    constexpr std::size_t fewest = 3;  // each gives two of the five numbers of a camera without its lens
+    constexpr std::size_t fewest = 3;  // two just determine the four numbers of a camera without its lens
     constexpr std::size_t checked = 4; // without one of them, the others still determine a camera
     constexpr std::size_t good = 10;   // the uncertainty itself is known to a quarter then
     if (poses < good) {

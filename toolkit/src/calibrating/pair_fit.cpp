@@ -1,6 +1,7 @@
 #include <vision/toolkit/calibrating/pair_fit.h>
 
 #include <opencv2/calib3d.hpp>
+#include <opencv2/core.hpp>
 
 #include <limits>
 
@@ -45,10 +46,11 @@ int flagsOf(const LensModel& lens)
     return flags;
 }
 
-/// Close to the result an iteration gains digits by the handful, so it need not go on to the last bit.
+/// From a start nearby, what an iteration changes soon is far below the uncertainty, and with hundreds of
+/// views each one takes its time.
 cv::TermCriteria stopOf(const CameraFit* start)
 {
-    constexpr double fine = 1e-10;
+    constexpr double fine = 1e-7; // of the parameters
     return {cv::TermCriteria::COUNT + cv::TermCriteria::EPS,
             mostIterations,
             start == nullptr ? std::numeric_limits<double>::epsilon() : fine};
@@ -112,9 +114,14 @@ PairFit fitPair(const std::vector<const BoardView*>& views, const cv::Size& imag
 {
     const Observations seen = collect(views, board);
     PairFit fit;
-    fit.left = fitCamera(seen.boards, seen.left, imageSize, lens, start == nullptr ? nullptr : &start->left);
-    fit.right =
-        fitCamera(seen.boards, seen.right, imageSize, lens, start == nullptr ? nullptr : &start->right);
+    cv::parallel_for_({0, 2}, [&](const cv::Range& range) {
+        for (int side = range.start; side < range.end; ++side) {
+            const bool isLeft = side == 0;
+            const CameraFit* from = start == nullptr ? nullptr : isLeft ? &start->left : &start->right;
+            (isLeft ? fit.left : fit.right) =
+                fitCamera(seen.boards, isLeft ? seen.left : seen.right, imageSize, lens, from);
+        }
+    });
     cv::Mat essential;
     cv::Mat fundamental;
     fit.rms = cv::stereoCalibrate(seen.boards,
