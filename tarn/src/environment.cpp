@@ -44,7 +44,7 @@ InitialLevels readEnvironment()
     std::istringstream entries(variable ? variable : "");
     for (std::string entry; std::getline(entries, entry, ',');) {
         const auto equals = entry.rfind('=');
-        const std::string level = entry.substr(equals + 1); // all of it without "=", as npos + 1 is 0
+        const std::string level = equals == std::string::npos ? entry : entry.substr(equals + 1);
         if (!isLevel(level) || equals == 0) {
             reportNonsense(entry);
         } else if (equals == std::string::npos) {

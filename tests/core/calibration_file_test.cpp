@@ -33,7 +33,8 @@ protected:
     void writeOdd(std::size_t replaced, const std::string& key) const
     {
         cv::FileStorage storage(_file, cv::FileStorage::WRITE);
-        for (std::size_t i = keys.size(); i-- > 0;) {
+        for (std::size_t left = keys.size(); left > 0; --left) {
+            const std::size_t i = left - 1;
             if (i == replaced) {
                 storage << key << 7;
             } else if (i < 2) {

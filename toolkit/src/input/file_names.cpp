@@ -149,9 +149,9 @@ Names expandList(const std::string& file)
     std::ifstream stream(file);
     Names names;
     for (std::string line; std::getline(stream, line);) {
-        line.erase(line.find_last_not_of(" \t\r") + 1);
-        if (!line.empty() && line.front() != '#') {
-            names.push_back((fs::path(file).parent_path() / line).string());
+        const std::size_t last = line.find_last_not_of(" \t\r");
+        if (last != std::string::npos && line.front() != '#') {
+            names.push_back((fs::path(file).parent_path() / line.substr(0, last + 1)).string());
         }
     }
     if (names.empty()) {

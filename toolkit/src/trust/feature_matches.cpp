@@ -122,8 +122,9 @@ std::optional<FeatureMatch> matchCorner(const std::vector<cv::Mat>& left, const 
 {
     auto shift = searchEverywhere(left.back(), right.back(), coarse);
     cv::Point corner = coarse;
-    for (std::size_t level = left.size() - 1; shift && level-- > 0;) {
-        const cv::Mat& smaller = left[level + 1];
+    for (std::size_t above = left.size() - 1; shift && above > 0; --above) {
+        const cv::Mat& smaller = left[above];
+        const std::size_t level = above - 1;
         const cv::Point2d target = enlarge(cv::Point2d(corner) + *shift, smaller, left[level]);
         corner = enlarge(corner, smaller, left[level]);
         shift = refine(left[level], right[level], corner, target - cv::Point2d(corner));
