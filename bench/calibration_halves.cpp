@@ -1,7 +1,7 @@
 /// Whether the uncertainty that a calibration states is the spread that it really has.
 ///
-/// Usage: calibration_halves IMAGES COUNT, where IMAGES is the folder of left01.jpg and so on. Calibrates from COUNT
-/// random halves of the 13 pairs and prints a table.
+/// Usage: calibration_halves IMAGES COUNT, where IMAGES is the folder of left01.jpg and so on. Calibrates
+/// from COUNT random halves of the 13 pairs and prints a table.
 #include "support/printed_board.h"
 
 #include <vision/toolkit/calibrating/board_search.h>

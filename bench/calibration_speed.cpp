@@ -1,8 +1,8 @@
 /// How long calibrating takes, files included.
 ///
-/// Usage: calibration_speed IMAGES PAIRS WIDTH, where IMAGES is the folder of home.jpg and other photographs. Makes
-/// so many pairs of that width, calibrates from them, looks for boards in photographs that have none, and prints
-/// a table.
+/// Usage: calibration_speed IMAGES PAIRS WIDTH, where IMAGES is the folder of home.jpg and other photographs.
+/// Makes so many pairs of that width, calibrates from them, looks for boards in photographs that have none,
+/// and prints a table.
 #include "support/printed_board.h"
 
 #include <vision/toolkit/calibrating/board_search.h>
