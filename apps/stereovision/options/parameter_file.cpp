@@ -73,15 +73,15 @@ Json toJson(const CLI::Option& option)
 
 void applyParameterFile(CLI::App& app, const std::vector<std::string>& parameters, const std::string& file)
 {
+    const std::string place = "--params " + file + ": ";
     const Json json = readObject(file);
-    for (const auto& [name, value] : json.items()) {
+    for (const auto& entry : json.items()) {
+        const std::string& name = entry.key();
         if (std::find(parameters.begin(), parameters.end(), name) == parameters.end()) {
-            throw Failure("--params " + file + ": no parameter of matching is called \"" + name +
-                          "\"; see --help");
+            throw Failure(
+                std::string(place).append("no parameter of matching is called \"" + name + "\"; see --help"));
         }
-        std::string option = "--";
-        option += name;
-        setOption(*app.get_option(option), file, value);
+        setOption(*app.get_option(std::string("--").append(name)), file, entry.value());
     }
 }
 

@@ -51,7 +51,7 @@ void dropFeatureless(cv::Mat& disparity, const cv::Mat& image)
     cv::Mat brightest;
     cv::erode(image, darkest, square);
     cv::dilate(image, brightest, square);
-    disparity.setTo(cv::Scalar::all(double{unmatched}), darkest == brightest);
+    disparity.setTo(std::numeric_limits<double>::infinity(), darkest == brightest);
 }
 
 } // namespace
@@ -72,7 +72,7 @@ void dropOutside(cv::Mat& disparity, const RectifiedPair& pair)
         }
     }
     if (!pair.leftValid.empty()) {
-        disparity.setTo(cv::Scalar::all(double{unmatched}), pair.leftValid == 0);
+        disparity.setTo(std::numeric_limits<double>::infinity(), pair.leftValid == 0);
     }
 }
 
