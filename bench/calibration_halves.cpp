@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Whether the uncertainty that a calibration states is the spread that it really has.
 ///
 /// Usage: calibration_halves IMAGES COUNT, where IMAGES is the folder of left01.jpg and so on. Calibrates

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// How long calibrating takes, files included.
 ///
 /// Usage: calibration_speed IMAGES PAIRS WIDTH, where IMAGES is the folder of home.jpg and other photographs.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// The frame that all benchmarks work on: a photographed plane of one size and what comes of it.
 #ifndef BENCH_FRAME_H
 #define BENCH_FRAME_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Counts what the whole process takes from the heap, OpenCV's matrices included.
 #ifndef BENCH_HEAP_H
 #define BENCH_HEAP_H

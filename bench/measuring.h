@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Times several ways to do the same work in turns, so that a busy machine slows all of them alike.
 #ifndef BENCH_MEASURING_H
 #define BENCH_MEASURING_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Every operation of the library by image size, with its allocations and peak memory, and how the cost of
 /// the stages grows with the number of disparities and of cores.
 #include "frame.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// How much several workers speed up the depth of a sequence, files included.
 ///
 /// Usage: sequences IMAGES ROUNDS, where IMAGES is the folder of left01.jpg and so on. Prints a table.

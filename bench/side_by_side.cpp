@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Usage: side_by_side ROUNDS FILE.json
 /// Times the library against the same work written by hand with OpenCV and, where it is installed, against
 /// libstereo-image-proc-dev; first makes sure that ours and the hand-written work give the same bits.

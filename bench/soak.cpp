@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Runs frames of changing sizes, parameters and calibrations through one pipeline: memory must stay flat and
 /// every result equal the first one of its kind.
 

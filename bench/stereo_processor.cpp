@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "stereo_processor.h"
 
 #ifdef HAS_STEREO_PROCESSOR

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// The stages of libstereo-image-proc-dev's StereoProcessor on the same images and settings.
 #ifndef BENCH_STEREO_PROCESSOR_H
 #define BENCH_STEREO_PROCESSOR_H

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Installs the library, its headers and the CMake package "stereovision".
 include(CMakePackageConfigHelpers)
 

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # What all libraries of the project have in common: names are hidden unless a header exports them, versions follow the
 # project, and BUILD_SHARED_LIBS decides between shared and static.
 include(GenerateExportHeader)

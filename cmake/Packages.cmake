@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The target "uninstall", and packages by `cpack`: one archive with everything and one Debian package per component, whose
 # dependencies on libraries of the system are read from what is linked.
 add_custom_target(uninstall VERBATIM

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Sanitizers for our own code: -DSTEREOVISION_SANITIZE=address,undefined and so on, as -fsanitize takes them.
 set(STEREOVISION_SANITIZE "" CACHE STRING "Sanitizers to build with, separated by commas")
 if(STEREOVISION_SANITIZE)

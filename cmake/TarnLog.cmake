@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The target tarn::log: our own log service, or the host's if it offers what the library uses.
 set(STEREOVISION_TARN_LOG bundled CACHE STRING
     "Log service: 'bundled' builds the one in tarn/, 'host' finds the package tarn")

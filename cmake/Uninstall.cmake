@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Usage: cmake -DBUILD_DIR=... -P
 # Removes what the last `cmake --install` of a build put somewhere, and our own folders there when they are empty then.
 cmake_minimum_required(VERSION 3.22)

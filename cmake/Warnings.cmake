@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Warnings for our own code only; never exported to users of the library.
 option(STEREOVISION_WERROR "Treat compiler warnings as errors" OFF)
 add_library(stereovision_warnings INTERFACE)

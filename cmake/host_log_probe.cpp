@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 // Compiles and links when a host's log service offers what the library uses.
 #include "../src/log.h"
 

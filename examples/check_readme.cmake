@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 file(READ ${README} readme)
 file(READ ${EXAMPLE} example)
 string(FIND "${readme}" "```cpp\n${example}```" place)

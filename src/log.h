@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// How the library logs: one record per event through the host's log service, and refusals that are logged
 /// and then thrown.
 #ifndef VISION_LOG_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TOOL_EXIT_CODE_H
 #define TOOL_EXIT_CODE_H
 

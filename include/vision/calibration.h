@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The calibration record of one camera, its file and its scaling.
 #ifndef VISION_CALIBRATION_H

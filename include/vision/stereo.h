@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The stereo pipeline of one camera pair: rectification, disparity, depth.
 #ifndef VISION_STEREO_H

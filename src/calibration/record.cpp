@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/calibration.h>
 
 #include <opencv2/core.hpp>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "log_categories.h"
 #include "stereo/image_scale.h"
 #include "stereo/reprojection.h"

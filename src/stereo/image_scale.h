@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// The ratio between the calibration's and an image's width, which adapts the parameters.
 #ifndef VISION_STEREO_IMAGE_SCALE_H
 #define VISION_STEREO_IMAGE_SCALE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Turns disparities into points and blanks those that cannot be trusted.
 #ifndef VISION_STEREO_REPROJECTION_H
 #define VISION_STEREO_REPROJECTION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// The reprojection of one row in one pass.
 #ifndef VISION_STEREO_REPROJECTION_ROW_H
 #define VISION_STEREO_REPROJECTION_ROW_H

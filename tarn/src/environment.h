@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARN_ENVIRONMENT_H
 #define TARN_ENVIRONMENT_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TARN_SINK_H
 #define TARN_SINK_H
 

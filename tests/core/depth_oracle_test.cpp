@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Depth is defined by a sequence of OpenCV calls. The library computes it in one pass where it can and must
 /// give the same bits, whatever the disparity, the calibration, the matrix in the cache and the build of
 /// OpenCV.

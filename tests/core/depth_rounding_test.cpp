@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// The tests of depth once more, beside an OpenCV that rounds X and Y twice, as many of its builds do: this
 /// definition takes the place of the one in its library, for ours as well.
 #include "support/calibrations.h"

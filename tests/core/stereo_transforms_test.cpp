@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "support/log_records.h"
 #include "support/matrices.h"
 #include "support/oracle.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <tarn/log.h>
 #include <vision/stereo.h>
 

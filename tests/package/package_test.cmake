@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Usage: cmake -DCASE=... -DSOURCE_DIR=... -DBUILD_DIR=... -DWORK_DIR=... -DLIBRARY=... -DCXX=... -DFLAGS=... -P
 # Checks what users of the installed library get. CASE: bundled, static, host1 and host2
 # (variants of the fake host), hostless, symbols.

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Calibrations with known values, and the pipeline with its non-public members in reach.
 #ifndef SUPPORT_CALIBRATIONS_H
 #define SUPPORT_CALIBRATIONS_H

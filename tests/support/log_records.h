@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// What a test expects of the log, and of a refusal: exception, text and records together.
 #ifndef SUPPORT_LOG_RECORDS_H
 #define SUPPORT_LOG_RECORDS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// What the library must compute, written as the literal sequence of OpenCV calls, without its code.
 #ifndef SUPPORT_ORACLE_H
 #define SUPPORT_ORACLE_H

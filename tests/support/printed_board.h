@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Boards on paper, and images that cameras without distortion take of them.
 #ifndef SUPPORT_PRINTED_BOARD_H

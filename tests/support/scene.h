@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// A scene of known geometry: a textured plane, photographed by a calibrated pair.
 #ifndef SUPPORT_SCENE_H
 #define SUPPORT_SCENE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef SUPPORT_SCRATCH_FOLDER_H
 #define SUPPORT_SCRATCH_FOLDER_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Runs the program in a folder of its own, with a pair that sees a plane and a link to real images.
 #ifndef TOOL_TOOL_FIXTURE_H
 #define TOOL_TOOL_FIXTURE_H

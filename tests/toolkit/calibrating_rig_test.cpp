@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "support/printed_board.h"
 
 #include <vision/toolkit/calibrating/calibration_report.h>

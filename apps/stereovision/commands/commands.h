@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The subcommands; each lives in a file of its own.
 #ifndef TOOL_COMMANDS_COMMANDS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TOOL_CONSOLE_CONSOLE_H
 #define TOOL_CONSOLE_CONSOLE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "options/board_options.h"
 
 #include "options/length.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "options/output_options.h"
 
 namespace tool {

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "options/parameter_file.h"
 
 #include <vision/toolkit/failure.h>

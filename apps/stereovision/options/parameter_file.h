@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef TOOL_OPTIONS_PARAMETER_FILE_H
 #define TOOL_OPTIONS_PARAMETER_FILE_H
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/input/image_file.h>
 

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/calibrating/board.h>
 
 #include "calibrating/detection/detection.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "calibrating/board_pose.h"
 
 #include <opencv2/calib3d.hpp>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Where the board was in a view, given a fit.
 #ifndef VISION_TOOLKIT_CALIBRATING_BOARD_POSE_H

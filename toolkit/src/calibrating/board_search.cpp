@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/calibrating/board_search.h>
 
 #include "calibrating/detection/board_size.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "calibrating/fisheye.h"
 
 #include "calibrating/poses.h"

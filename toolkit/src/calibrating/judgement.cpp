@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "calibrating/judgement.h"
 
 #include <vision/toolkit/text.h>

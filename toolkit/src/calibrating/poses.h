@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Which views show a pose of the board of its own.
 #ifndef VISION_TOOLKIT_CALIBRATING_POSES_H

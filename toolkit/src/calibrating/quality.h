@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Figures that tell whether a fit can be trusted.
 #ifndef VISION_TOOLKIT_CALIBRATING_QUALITY_H

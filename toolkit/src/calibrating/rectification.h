@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// From a fit to records: both images on one plane, rows corresponding.
 #ifndef VISION_TOOLKIT_CALIBRATING_RECTIFICATION_H

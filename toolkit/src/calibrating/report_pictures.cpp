@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/calibrating/report_pictures.h>
 
 #include "calibrating/point_order.h"

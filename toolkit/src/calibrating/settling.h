@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Which views fit each other, and what they give.
 #ifndef VISION_TOOLKIT_CALIBRATING_SETTLING_H

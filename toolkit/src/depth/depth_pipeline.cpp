@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/depth/depth_pipeline.h>
 
 #include "depth/range_choice.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Which disparities a pair is searched for.
 #ifndef VISION_TOOLKIT_DEPTH_RANGE_CHOICE_H
 #define VISION_TOOLKIT_DEPTH_RANGE_CHOICE_H

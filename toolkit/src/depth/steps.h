@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// The steps of a pair's way from images to points.
 #ifndef VISION_TOOLKIT_DEPTH_STEPS_H
 #define VISION_TOOLKIT_DEPTH_STEPS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "depth/steps.h"
 
 #include "matching/blank_calibration.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/depth/summary.h>
 
 #include <vision/toolkit/text.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/exchange/foreign_calibration.h>
 
 #include "exchange/source.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// What the readers of foreign calibrations have in common.
 #ifndef VISION_TOOLKIT_SRC_EXCHANGE_SOURCE_H
 #define VISION_TOOLKIT_SRC_EXCHANGE_SOURCE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/ground/evaluation.h>
 
 #include "ground/errors.h"

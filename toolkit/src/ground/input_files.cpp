@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/ground/input_files.h>
 
 #include "ground/pfm.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/input/pair_sequence.h>
 
 #include "input/video.h"

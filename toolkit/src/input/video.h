@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// The frames of a video, in any order but fast in theirs.
 #ifndef VISION_TOOLKIT_SRC_INPUT_VIDEO_H
 #define VISION_TOOLKIT_SRC_INPUT_VIDEO_H

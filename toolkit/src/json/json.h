@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// What all reports in JSON have in common.
 #ifndef VISION_TOOLKIT_SRC_JSON_JSON_H
 #define VISION_TOOLKIT_SRC_JSON_JSON_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "matching/both_ways.h"
 
 #include "matching/engine.h"

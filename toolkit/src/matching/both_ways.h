@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// A matching of both images to each other.
 #ifndef VISION_TOOLKIT_MATCHING_BOTH_WAYS_H
 #define VISION_TOOLKIT_MATCHING_BOTH_WAYS_H

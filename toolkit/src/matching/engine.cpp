@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "matching/engine.h"
 
 #include "matching/blank_calibration.h"

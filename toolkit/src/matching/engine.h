@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// One run of one of the matchers.
 #ifndef VISION_TOOLKIT_MATCHING_ENGINE_H
 #define VISION_TOOLKIT_MATCHING_ENGINE_H

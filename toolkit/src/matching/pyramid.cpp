@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "matching/pyramid.h"
 
 #include "matching/range_checks.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Matching at a fraction of the size.
 #ifndef VISION_TOOLKIT_MATCHING_PYRAMID_H
 #define VISION_TOOLKIT_MATCHING_PYRAMID_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// What the matchers can search.
 #ifndef VISION_TOOLKIT_MATCHING_RANGE_CHECKS_H
 #define VISION_TOOLKIT_MATCHING_RANGE_CHECKS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/matching/search_range.h>
 
 #include "matching/both_ways.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// What the colours of all pictures mean, and the painting with them. Colours are BGR.
 #ifndef VISION_TOOLKIT_OUTPUT_COLOURS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/output/depth_formats.h>
 
 #include "output/image_bytes.h"

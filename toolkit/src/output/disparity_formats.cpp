@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/output/disparity_formats.h>
 
 #include "output/image_bytes.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "output/image_bytes.h"
 
 #include <vision/toolkit/output/png.h>

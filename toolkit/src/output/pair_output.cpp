@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/output/pair_output.h>
 
 #include <vision/toolkit/failure.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/output/picture_scale.h>
 
 #include <opencv2/core.hpp>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/output/ply.h>
 
 #include "output/little_endian.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "output/png16.h"
 
 #include <vision/toolkit/output/png.h>

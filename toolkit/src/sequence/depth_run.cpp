@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/sequence/depth_run.h>
 
 #include "sequence/distinct_names.h"

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/sequence/pair_report.h>
 
 #include "json/json.h"

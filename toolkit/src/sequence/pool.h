@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Objects that are costly to make and serve one thread at a time.
 #ifndef VISION_TOOLKIT_SRC_SEQUENCE_POOL_H
 #define VISION_TOOLKIT_SRC_SEQUENCE_POOL_H

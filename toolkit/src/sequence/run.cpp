@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/sequence/run.h>
 
 #include <opencv2/core/utility.hpp>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/trust/board_check.h>
 
 #include "trust/statistics.h"

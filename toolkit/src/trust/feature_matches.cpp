@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/trust/feature_matches.h>
 
 #include <opencv2/imgproc.hpp>

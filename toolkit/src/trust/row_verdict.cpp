@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/trust/row_verdict.h>
 
 #include <vision/toolkit/text.h>

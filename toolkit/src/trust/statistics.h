@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// Robust statistics.
 #ifndef VISION_TOOLKIT_SRC_TRUST_STATISTICS_H
 #define VISION_TOOLKIT_SRC_TRUST_STATISTICS_H

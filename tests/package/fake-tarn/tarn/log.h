@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// A host's own log service with just what the library uses. FAKE_TARN_VARIANT selects at compile time how it
 /// is declared, the environment variable FAKE_TARN at run time how it fails.
 #ifndef TARN_LOG_H

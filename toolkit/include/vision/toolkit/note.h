@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// What a user should know although nothing failed.
 #ifndef VISION_TOOLKIT_NOTE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include "calibrating/detection/board_size.h"
 
 #include "calibrating/detection/detection.h"

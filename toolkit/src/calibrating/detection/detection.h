@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// One detector for each kind of board.
 #ifndef VISION_TOOLKIT_CALIBRATING_DETECTION_DETECTION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The boards that cameras are calibrated with, and finding them in images.
 #ifndef VISION_TOOLKIT_CALIBRATING_BOARD_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Finding the board in all pairs of images.
 #ifndef VISION_TOOLKIT_CALIBRATING_BOARD_SEARCH_H

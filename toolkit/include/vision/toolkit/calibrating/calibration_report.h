@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// A calibration with all that tells whether it can be trusted.
 #ifndef VISION_TOOLKIT_CALIBRATING_CALIBRATION_REPORT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The parameters of both cameras and their relative position, estimated from views of a board.
 #ifndef VISION_TOOLKIT_CALIBRATING_PAIR_FIT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// A report for people and for programs.
 #ifndef VISION_TOOLKIT_CALIBRATING_REPORT_FORMATS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The pictures that belong to a report.
 #ifndef VISION_TOOLKIT_CALIBRATING_REPORT_PICTURES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// How well a calibration is determined.
 #ifndef VISION_TOOLKIT_CALIBRATING_UNCERTAINTY_H

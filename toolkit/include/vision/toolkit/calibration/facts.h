@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// What a calibration means for its user.
 #ifndef VISION_TOOLKIT_CALIBRATION_FACTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// What makes calibrations unusable, in plain words.
 #ifndef VISION_TOOLKIT_CALIBRATION_FAULTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Calibrations for other programs.
 #ifndef VISION_TOOLKIT_EXCHANGE_EXPORTS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Calibrations that other programs wrote.
 #ifndef VISION_TOOLKIT_EXCHANGE_FOREIGN_CALIBRATION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// How far a disparity image is from the truth.
 #ifndef VISION_TOOLKIT_GROUND_EVALUATION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Disparities, ground truth and masks from files.
 #ifndef VISION_TOOLKIT_GROUND_INPUT_FILES_H

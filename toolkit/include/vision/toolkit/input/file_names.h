@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// What stands for images on a command line: files, folders, patterns, lists.
 #ifndef VISION_TOOLKIT_INPUT_FILE_NAMES_H

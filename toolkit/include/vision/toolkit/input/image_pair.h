@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The two images that were taken at the same moment.
 #ifndef VISION_TOOLKIT_INPUT_IMAGE_PAIR_H

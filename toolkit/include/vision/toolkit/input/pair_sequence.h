@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The pairs of a sequence: image files of two cameras, videos, or both cameras side by side in one image.
 #ifndef VISION_TOOLKIT_INPUT_PAIR_SEQUENCE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Smaller images.
 #ifndef VISION_TOOLKIT_INPUT_RESIZE_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The depth of every pixel as the bytes of a file, from depths in metres, `CV_32FC1`, 0 where there is none.
 #ifndef VISION_TOOLKIT_OUTPUT_DEPTH_FORMATS_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// A disparity image as the bytes of a file. All take disparities in px of the image itself, `CV_32FC1`; a
 /// pixel has no value where the number is not finite, and formats with floats keep that number. All throw

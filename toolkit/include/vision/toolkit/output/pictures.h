@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Results for people to look at. Colours go from blue (far) to red (near) in the even steps of the map
 /// "Turbo". A legend of the size that the picture asks for stands on its right, and makes a very low picture

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #ifndef VISION_TOOLKIT_OUTPUT_PLY_H
 #define VISION_TOOLKIT_OUTPUT_PLY_H
 

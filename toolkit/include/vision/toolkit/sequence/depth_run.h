@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The depth of all pairs of a sequence.
 #ifndef VISION_TOOLKIT_SEQUENCE_DEPTH_RUN_H

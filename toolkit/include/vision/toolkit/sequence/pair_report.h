@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// What became of one pair of a sequence.
 #ifndef VISION_TOOLKIT_SEQUENCE_PAIR_REPORT_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The rectified images of all pairs of a sequence.
 #ifndef VISION_TOOLKIT_SEQUENCE_RECTIFICATION_RUN_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Many items, several workers, one order.
 #ifndef VISION_TOOLKIT_SEQUENCE_RUN_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// What a board of known size says about depth.
 #ifndef VISION_TOOLKIT_TRUST_BOARD_CHECK_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Whether a calibration still holds, judged by fresh pairs without any board.
 #ifndef VISION_TOOLKIT_TRUST_CHECK_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The result of a check for programs and people.
 #ifndef VISION_TOOLKIT_TRUST_CHECK_REPORT_H

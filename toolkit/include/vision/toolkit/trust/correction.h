@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Taking a small rotation into a calibration, if that holds on pairs it was not found in.
 #ifndef VISION_TOOLKIT_TRUST_CORRECTION_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Single points that are found in both images without trusting the calibration.
 #ifndef VISION_TOOLKIT_TRUST_FEATURE_MATCHES_H

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Whether the searched range holds what is in the images.
 #ifndef VISION_TOOLKIT_TRUST_RANGE_VERDICT_H

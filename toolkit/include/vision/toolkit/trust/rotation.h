@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// The small rotation of the right camera that row offsets speak of.
 #ifndef VISION_TOOLKIT_TRUST_ROTATION_H

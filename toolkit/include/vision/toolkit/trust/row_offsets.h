@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// Whether corresponding points of rectified images lie on the same row.
 #ifndef VISION_TOOLKIT_TRUST_ROW_OFFSETS_H

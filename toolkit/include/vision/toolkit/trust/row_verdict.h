@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 /// @file
 /// What the row offsets of a pair say about its images and its calibration.
 #ifndef VISION_TOOLKIT_TRUST_ROW_VERDICT_H
