@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Draws stages.txt of the current folder.
 set terminal pngcairo size 900,420 font "sans,10"
 set output "stages.png"

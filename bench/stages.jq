@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # The stages of a block matcher's frame for the figure, as multiples of the hand-written frame of the same size.
 def time($who): .contenders[] | select(.name == $who) | .milliseconds.median;
 def stages: ["rectify", "disparity", "depth"];

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 # Tables of the operations: medians in ms with allocations and peak heap of one call.
 def median: sort | .[(length - 1) / 2 | floor];
 def digits: if . >= 100 then round elif . >= 1 then . * 100 | round / 100 else . * 1000 | round / 1000 end;

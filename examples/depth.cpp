@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <iostream>
 #include <opencv2/imgcodecs.hpp>
 #include <vision/stereo.h>

@@ -1,3 +1,4 @@
+// SPDX-License-Identifier: Apache-2.0
 #include <iostream>
 #include <vision/toolkit/depth/depth_pipeline.h>
 #include <vision/toolkit/depth/verdict.h>

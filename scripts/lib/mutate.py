@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """What scripts/mutate does, once the packages are there."""
 
 import argparse

@@ -1,3 +1,4 @@
+# SPDX-License-Identifier: Apache-2.0
 """Faults that a slip of the hand could make, for C++ formatted by clang-format: binary operators between blanks."""
 
 import re
