@@ -3,7 +3,9 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <cstdlib>
+#include <thread>
 
 using tarn::LogLevel;
 using tarn::log::addCategory;
@@ -90,6 +92,28 @@ TEST(LogService, GivesEachRecordOnceAndWholeToTheSink)
     tarn::log::log(LogLevel::Fatal, nullptr, "no category", "", "", 0);
     tarn::log::setSink({});
     EXPECT_EQ(received, std::vector<std::string>{"6 sink function file:7 text 42"});
+}
+
+TEST(LogService, LosesNoRecordOfSeveralThreadsWhileSinksChange)
+{
+    std::atomic<int> received{0};
+    const tarn::log::Sink sink = [&](const tarn::log::Record&) { ++received; };
+    tarn::log::setSink(sink);
+    std::vector<std::thread> threads(4);
+    for (std::thread& thread : threads) {
+        thread = std::thread([&] {
+            for (int i = 0; i < 1000; ++i) {
+                auto* const category = addCategory("thread" + std::to_string(i));
+                tarn::log::log(LogLevel::Error, category, "text", "", "", 0);
+                tarn::log::setSink(sink);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    tarn::log::setSink({});
+    EXPECT_EQ(received, 4000);
 }
 
 TEST(LogService, ContainsAFailingSink)
