@@ -11,14 +11,11 @@ namespace vision::detail {
 namespace {
 
 /// Whether q holds zeros and ones wherever that of a horizontal pair does.
-bool isOfHorizontalPair(const cv::Mat& q)
+bool isOfHorizontalPair(const cv::Matx44d& q)
 {
-    if (q.type() != CV_32FC1 || q.size() != cv::Size(4, 4)) {
-        return false;
-    }
     for (int row = 0; row < 4; ++row) {
         for (int column = 0; column < (row < 3 ? 3 : 2); ++column) { // the rest depends on the cameras
-            if (q.at<float>(row, column) != (row == column && row < 2 ? 1.0f : 0.0f)) {
+            if (q(row, column) != (row == column && row < 2 ? 1.0 : 0.0)) {
                 return false;
             }
         }
@@ -71,7 +68,7 @@ cv::Mat reprojectInOnePass(const cv::Mat& disparity, const cv::Matx44d& q, const
 }
 
 /// Makes the calls that define the points, whatever q holds.
-cv::Mat reprojectByOpenCv(const cv::Mat& disparity, const cv::Mat& q, const DepthLimits& limits)
+cv::Mat reprojectByOpenCv(const cv::Mat& disparity, const cv::Matx44d& q, const DepthLimits& limits)
 {
     cv::Mat points;
     cv::Mat z;
@@ -85,7 +82,7 @@ cv::Mat reprojectByOpenCv(const cv::Mat& disparity, const cv::Mat& q, const Dept
 
 } // namespace
 
-cv::Mat reproject(const cv::Mat& disparity, const cv::Mat& q, const DepthLimits& limits)
+cv::Mat reproject(const cv::Mat& disparity, const cv::Matx44d& q, const DepthLimits& limits)
 {
     return isOfHorizontalPair(q) ? reprojectInOnePass(disparity, q, limits)
                                  : reprojectByOpenCv(disparity, q, limits);

@@ -14,8 +14,7 @@ namespace vision::detail {
 /// Gives every bit that cv::reprojectImageTo3D gives; in one pass over the image if q is that of a horizontal
 /// pair.
 /// @param disparity `CV_32FC1`, of two dimensions
-/// @throws cv::Exception when OpenCV refuses q
-cv::Mat reproject(const cv::Mat& disparity, const cv::Mat& q, const DepthLimits& limits);
+cv::Mat reproject(const cv::Mat& disparity, const cv::Matx44d& q, const DepthLimits& limits);
 
 } // namespace vision::detail
 

@@ -132,12 +132,14 @@ TEST_F(MalformedFile, IsNoneThatIsMerelyOddOrLong)
                           "sed 's/$/\\r/' $f >crlf-$f; cp $f $f-plain.gz; done; rm *.txt*");
     const int room = (1 << 20) - static_cast<int>(yaml.size());
     write("large.yml", yaml + "[0" + repeat(",0", room / 2 - 4) + "]\n");
-    write("maps.yml", yaml + '\n' + repeat(" - { a: \"b\", c: [\n    1 ] }\n", 2000));
+    write("maps.yml",
+          yaml + '\n' + repeat(" - { a: \"b\", c: [\n    1 ] }\n", 2000) +
+              "distortion: { dt: \"511f\", rows: 0, cols: 0, data: [] }\n");
     write("lists.yml", yaml + '[' + repeat("[-1.,\r\n  +2],\r\n  ", 2000) + "1]\n");
     write("negatives.yml", yaml + '[' + repeat("-0,-1,-2,-3,-4,-5,-6,-7,-8,-9,-.5,", 1100) + "1]\n");
     write("maps.json", json + repeat(R"({"a":"/b","c":{"d":[1]}},)", 2000) + "1]}");
     write("lists.json", json + '[' + repeat("[-1.,\r\n +2],", 2000) + "]]}");
-    write("many.xml", xml + repeat("<_ a=\"b\"><c>\"d\"</c>\r\n</_>", 2000) + "</x></opencv_storage>");
+    write("many.xml", xml + repeat("<_ a=\"b\"><c>\"d\"</c>\r\n</_>", 2000) + "</x></opencv_storage>\r");
     int count = 0;
     for (const auto& entry : std::filesystem::directory_iterator(path)) {
         expectReport(entry.path(), fields);
