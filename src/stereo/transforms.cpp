@@ -31,11 +31,10 @@ int toMinDisparity(float disparity)
 
 void buildMaps(const Calibration& calibration, const cv::Size& size, cv::Mat& mapX, cv::Mat& mapY)
 {
-    const cv::Mat newCameraMatrix(calibration.projectionMatrix, cv::Range::all(), cv::Range(0, 3));
     cv::initUndistortRectifyMap(calibration.cameraMatrix,
                                 calibration.distortion,
                                 calibration.rectificationMatrix,
-                                newCameraMatrix,
+                                calibration.projectionMatrix, // of which it takes the first three columns
                                 size,
                                 CV_32FC1,
                                 mapX,

@@ -134,7 +134,8 @@ TEST_F(MalformedFile, IsNoneThatIsMerelyOddOrLong)
     write("large.yml", yaml + "[0" + repeat(",0", room / 2 - 4) + "]\n");
     write("maps.yml",
           yaml + '\n' + repeat(" - { a: \"b\", c: [\n    1 ] }\n", 2000) +
-              "distortion: { dt: \"511f\", rows: 0, cols: 0, data: [] }\n");
+              "distortion: { dt: \"511f\", rows: 0, cols: 0, data: [] }\n" + "projectionMatrix: { sizes: [" +
+              repeat("1,", 31) + "1], dt: f, data: [1] }\n");
     write("lists.yml", yaml + '[' + repeat("[-1.,\r\n  +2],\r\n  ", 2000) + "1]\n");
     write("negatives.yml", yaml + '[' + repeat("-0,-1,-2,-3,-4,-5,-6,-7,-8,-9,-.5,", 1100) + "1]\n");
     write("maps.json", json + repeat(R"({"a":"/b","c":{"d":[1]}},)", 2000) + "1]}");
@@ -193,6 +194,8 @@ TEST_F(MalformedFile, IsOneNestedTooDeeply)
     expectNested(1020, "nested too deeply");
     expectReport(write("most.yml", yaml + repeat("[", 999) + '1' + repeat("]", 999) + '\n'), fields);
     expectReport(write("most.yml", yaml + repeat("[", 1000) + '1' + repeat("]", 1000) + '\n'), "deeply");
+    expectReport(write("most.json", json + repeat("[", 998) + repeat("]", 998) + "]}"), fields);
+    expectReport(write("most.json", json + repeat("[", 999) + repeat("]", 999) + "]}"), "deeply");
     expectReport(write("marked.yml", "\xEF\xBB\xBF" + yaml + repeat("[", 1000)), "deeply");
 }
 

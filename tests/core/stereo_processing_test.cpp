@@ -190,6 +190,7 @@ TEST(StereoDisparity, OfTheSemiGlobalMatcherReachesTheRightBorderOfNarrowImages)
         {{90, 50}, -16, 20, 10, 31},
         {{100, 50}, -92, -20, 7},
         {{34, 24}, 1, 20, 2, 5, 8}, // the matcher takes its window of -3 for 5
+        {{50, 24}, 1, 20, 0, 5, 5}, // and that of 0, with which it finds little
     };
     cv::Mat texture(100, 300, CV_8UC1);
     cv::RNG(1).fill(texture, cv::RNG::UNIFORM, 0, 256);
