@@ -4,6 +4,7 @@
 import argparse
 import collections
 import hashlib
+import json
 import os
 import pathlib
 import random
@@ -34,6 +35,18 @@ class Fault(NamedTuple):
     @property
     def area(self):
         return next(area for area, folders in FOLDERS.items() if self.file.split("/")[0] in folders)
+
+
+class Run(NamedTuple):
+    """Cases of a test program that are run together: its quick ones, or a single slow one."""
+
+    program: str
+    cases: str  # as --gtest_filter takes them
+    seconds: float  # without a fault
+
+    @property
+    def name(self):
+        return self.program + ("" if ":" in self.cases else " " + self.cases)
 
 
 class Outcome(NamedTuple):
@@ -96,8 +109,8 @@ class Copy:
         self._programs = {room: [path.stem for path in sorted((ROOT / "tests" / room).glob("*_test.cpp"))]
                           for room in rooms}
         self._sources = {}  # of each file: its text without a fault
-        self._seconds = {}  # of each test program without a fault
-        self._kills = collections.Counter()  # of a program, among the faults of a file
+        self._runs = {}  # of each test program
+        self._kills = collections.Counter()  # of a run, among the faults of a file and among those of its folder
         upper = "ON" if rooms - {"core", "log"} else "OFF"
         # Programs see a changed library without being linked anew, and must be able to start only when they are run.
         self._call("configure", "cmake", "-S", "source", "-B", "build", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
@@ -107,29 +120,43 @@ class Copy:
                    f"-DSTEREOVISION_IMAGE_DIR={os.environ['STEREOVISION_IMAGE_DIR']}") or fail(self._see("configure"))
         for program in self._programs_of(areas):
             self._build(program) or fail(self._see("build"))
-            begin = time.monotonic()
-            self._passes(program, 600) or fail(f"{program} fails without any fault; {self._see('test')}")
-            self._seconds[program] = time.monotonic() - begin
+            self._runs[program] = self._divide(program)
         self._objects = self._digest()
 
+    def _divide(self, program):
+        """The runs of a program, after trying them without a fault."""
+        times = COPY / "times.json"
+        self._time(program, f"--gtest_output=json:{times}")
+        cases = [(f"{suite['name']}.{case['name']}", float(case["time"].rstrip("s")))
+                 for suite in json.loads(times.read_text())["testsuites"] for case in suite["testsuite"]]
+        quick = "".join(f"{name}:" for name, seconds in cases if seconds < 0.3)
+        filters = [quick] * bool(quick) + [name for name, seconds in cases if seconds >= 0.3]
+        return [Run(program, names, self._time(program, f"--gtest_filter={names}")) for names in filters]
+
+    def _time(self, program, option):
+        begin = time.monotonic()
+        self._passes(program, 600, option) or fail(f"{program} fails without any fault; {self._see('test')}")
+        return time.monotonic() - begin
+
     def try_out(self, fault):
-        """Runs the test programs of the fault's part until one fails: quick ones first, before all those that
-        killed faults of the same file. Each is built when its turn comes."""
+        """Runs the tests of the fault's part until one fails: quick ones first, before all those that killed
+        faults of the same file or folder. Each program is built when its turn comes."""
         self._put_in(fault)
+        places = fault.file, os.path.dirname(fault.file)
+        runs = [run for program in self._programs_of([fault.area]) for run in self._runs[program]]
+        built = set()
         try:
-            for program in sorted(self._programs_of([fault.area]), key=lambda name: self._turn(fault, name)):
-                if not self._build(program):
+            for run in sorted(runs, key=lambda run: (*(-self._kills[place, run] for place in places), run.seconds)):
+                if run.program not in built and not self._build(run.program):
                     return Outcome("does not compile")
-                if not self._passes(program, 10 + 10 * self._seconds[program]):
-                    self._kills[fault.file, program] += 1
-                    return Outcome("killed", program)
+                built.add(run.program)
+                if not self._passes(run.program, 10 + 10 * run.seconds, f"--gtest_filter={run.cases}"):
+                    self._kills.update((place, run) for place in places)
+                    return Outcome("killed", run.name)
             self._build(*self._programs_of(self._areas))  # the others too may hold another fault's objects
             return Outcome("no difference" if self._digest() == self._objects else "SURVIVES")
         finally:
             self._put_in(fault._replace(end=fault.begin, new=""))
-
-    def _turn(self, fault, program):
-        return -self._kills[fault.file, program], self._seconds[program]
 
     def _put_in(self, fault):
         source = self._sources.setdefault(fault.file, (COPY / "source" / fault.file).read_text())
@@ -155,7 +182,7 @@ class Copy:
         with open(COPY / f"{log}.log", "w") as output:
             return subprocess.run(command, cwd=COPY, stdout=output, stderr=output).returncode == 0
 
-    def _passes(self, program, seconds):
+    def _passes(self, program, seconds, option):
         """Runs a test program in an empty folder. A fault may make it run on, fill memory or fill the disk."""
         scratch = COPY / "scratch"
         shutil.rmtree(scratch, ignore_errors=True)
@@ -166,7 +193,7 @@ class Copy:
             resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 30, 1 << 30))
             resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
-        command = [COPY / "build/tests" / program, "--gtest_brief=1", "--gtest_fail_fast"]
+        command = [COPY / "build/tests" / program, "--gtest_brief=1", "--gtest_fail_fast", option]
         with open(COPY / "test.log", "w") as output:
             process = subprocess.Popen(command, cwd=scratch, env={**os.environ, "TMPDIR": str(scratch)}, stdout=output,
                                        stderr=output, preexec_fn=limit, start_new_session=True)
