@@ -4,7 +4,8 @@
 #include <spdlog/logger.h>
 #include <spdlog/sinks/stdout_sinks.h>
 
-#include <mutex>
+#include <atomic>
+#include <memory>
 
 namespace tarn::log {
 
@@ -59,34 +60,24 @@ private:
     std::shared_ptr<spdlog::logger> _logger;
 };
 
-struct SinkHolder
+/// Read and written atomically. Never destroyed, for the same reason as the registry of categories.
+std::shared_ptr<const Sink>& sharedSink()
 {
-    std::mutex mutex;
-    std::shared_ptr<const Sink> sink = std::make_shared<const Sink>(StderrSink());
-
-    /// Never destroyed, for the same reason as the registry of categories.
-    static SinkHolder& instance()
-    {
-        static SinkHolder& holder = *new SinkHolder;
-        return holder;
-    }
-};
+    static auto& sink = *new std::shared_ptr<const Sink>(std::make_shared<const Sink>(StderrSink()));
+    return sink;
+}
 
 } // namespace
 
 std::shared_ptr<const Sink> currentSink()
 {
-    SinkHolder& holder = SinkHolder::instance();
-    const std::lock_guard<std::mutex> lock(holder.mutex);
-    return holder.sink;
+    return std::atomic_load(&sharedSink());
 }
 
 void setSink(Sink sink)
 {
     auto next = std::make_shared<const Sink>(sink ? std::move(sink) : Sink(StderrSink()));
-    SinkHolder& holder = SinkHolder::instance();
-    const std::lock_guard<std::mutex> lock(holder.mutex);
-    holder.sink.swap(next);
+    std::atomic_store(&sharedSink(), std::move(next));
 }
 
 } // namespace tarn::log
