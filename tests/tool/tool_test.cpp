@@ -20,8 +20,15 @@ TEST_F(Tool, LeavesNothingBehindWhenADiskIsFull)
 
 TEST_F(Tool, ExplainsItself)
 {
-    for (const std::string command :
-         {"tool", "tool calibrate", "tool depth", "tool evaluate", "tool rectify"}) {
+    for (const std::string command : {"tool",
+                                      "tool calibrate",
+                                      "tool check",
+                                      "tool convert",
+                                      "tool depth",
+                                      "tool evaluate",
+                                      "tool info",
+                                      "tool rectify",
+                                      "tool scale"}) {
         run(command + " --help",
             0,
             "",
@@ -34,16 +41,51 @@ TEST_F(Tool, ExplainsItself)
     }
 }
 
+TEST_F(Tool, DrawsItsProgressOnATerminal)
+{
+    const std::string begun = "rectifying 0/2\r\033\\[K";
+    const std::string half = "rectifying 1/2, [0-9.]+/s, [0-9]+ s left\r\033\\[K";
+    run("script -qec \"'" STEREOVISION_TOOL
+        "' rectify --left-calibration left.yml --right-calibration right.yml "
+        "--left l.png none.png --right r.png none.png --output out\" /dev/null </dev/null",
+        1,
+        "",
+        testing::MatchesRegex(begun + "wrote out/l-rectified-left.png\r\n" + begun +
+                              "wrote out/l-rectified-right.png\r\n" + begun + half +
+                              "stereovision: error: none.png: [^\n]*\n" + half));
+}
+
 TEST_F(Tool, ReadsAndScalesCalibrations)
 {
-    run("tool info left.yml right.yml",
-        0,
-        "",
-        AllOf(HasSubstr("left.yml:\n  image size: 320 x 240 px\n  focal length: 300.00, 300.00 px\n"),
-              HasSubstr("  distortion: none\n"),
-              HasSubstr("  baseline: 0.10000 m\n"),
-              HasSubstr("  depth at disparity 32 px: 0.938 m\n"), // 300 px 0.1 m / 32 px
-              HasSubstr("  depth error at 2 m for a quarter pixel: 33.3 mm\n")));
+    run("tool info left.yml right.yml", 0, "", R"(left.yml:
+  image size: 320 x 240 px
+  focal length: 300.00, 300.00 px
+  principal point: 160.00, 120.00 px
+  field of view: 56.1, 43.6 degrees
+  distortion: none
+right.yml:
+  image size: 320 x 240 px
+  focal length: 300.00, 300.00 px
+  principal point: 160.00, 120.00 px
+  field of view: 56.1, 43.6 degrees
+  distortion: none
+both cameras (lengths in the unit of the calibration; metres if this program made it):
+  baseline: 0.10000 m
+  rectified focal length: 300.00 px
+  principal point difference: 0.00 px
+  depth at disparity 8 px: 3.750 m
+  depth at disparity 16 px: 1.875 m
+  depth at disparity 32 px: 0.938 m
+  depth at disparity 64 px: 0.469 m
+  depth at disparity 128 px: 0.234 m
+  depth error at 1 m for a quarter pixel: 8.3 mm
+  depth error at 2 m for a quarter pixel: 33.3 mm
+  depth error at 5 m for a quarter pixel: 208.3 mm
+  depth error at 10 m for a quarter pixel: 833.3 mm
+  nearest depth with 64 disparities: 0.469 m
+  nearest depth with 128 disparities: 0.234 m
+  nearest depth with 256 disparities: 0.117 m
+)");
     run("sed '/projectionMatrix/,$d' right.yml >partial.yml; tool info partial.yml left.yml",
         1,
         AllOf(HasSubstr("partial.yml: projectionMatrix must be"), HasSubstr("'stereovision calibrate'")),
