@@ -116,7 +116,7 @@ class Copy:
         self._call("configure", "cmake", "-S", "source", "-B", "build", "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Release",
                    "-DCMAKE_CXX_FLAGS_RELEASE=-O1", "-DCMAKE_CXX_COMPILER_LAUNCHER=ccache",
                    "-DCMAKE_LINK_DEPENDS_NO_SHARED=ON", "-DCMAKE_GTEST_DISCOVER_TESTS_DISCOVERY_MODE=PRE_TEST",
-                   f"-DSTEREOVISION_BUILD_TOOLKIT={upper}",
+                   f"-DSTEREOVISION_BUILD_TOOLKIT={upper}", f"-DSTEREOVISION_BUILD_APPS={upper}",
                    f"-DSTEREOVISION_IMAGE_DIR={os.environ['STEREOVISION_IMAGE_DIR']}") or fail(self._see("configure"))
         for program in self._programs_of(areas):
             self._build(program) or fail(self._see("build"))
