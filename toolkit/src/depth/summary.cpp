@@ -6,16 +6,29 @@
 #include <opencv2/core.hpp>
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <vector>
 
 namespace vision::toolkit {
 
-bool isTrusted(const cv::Vec3f& point)
+namespace {
+
+std::vector<float> collectDepths(const cv::Mat& points)
 {
-    return point[2] > 0 && std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]);
+    std::vector<float> depths;
+    depths.reserve(points.total());
+    for (int row = 0; row < points.rows; ++row) {
+        const auto* const end = points.ptr<cv::Vec3f>(row) + points.cols;
+        for (const auto* point = points.ptr<cv::Vec3f>(row); point != end; ++point) {
+            if (isTrusted(*point)) {
+                depths.push_back((*point)[2]);
+            }
+        }
+    }
+    return depths;
 }
+
+} // namespace
 
 DepthSummary summarise(const PairDepth& depth)
 {
@@ -24,12 +37,7 @@ DepthSummary summarise(const PairDepth& depth)
     const int matches = cv::countNonZero(matched);
     summary.matchedPercent = 100.0 * matches / static_cast<double>(matched.total());
 
-    std::vector<float> depths;
-    for (auto point = depth.points.begin<cv::Vec3f>(); point != depth.points.end<cv::Vec3f>(); ++point) {
-        if (isTrusted(*point)) {
-            depths.push_back((*point)[2]);
-        }
-    }
+    std::vector<float> depths = collectDepths(depth.points);
     summary.points = depths.size();
     if (!depth.points.empty() && matches > 0) {
         summary.beyondPercent = 100.0 * (1 - static_cast<double>(depths.size()) / matches);

@@ -7,19 +7,23 @@
 
 #include <opencv2/core/matx.hpp>
 
+#include <cmath>
 #include <string>
 
 namespace vision::toolkit {
 
 /// Whether a pixel of the point image holds a point.
-VISION_TOOLKIT_EXPORT bool isTrusted(const cv::Vec3f& point);
+inline bool isTrusted(const cv::Vec3f& point)
+{
+    return point[2] > 0 && std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]);
+}
 
 /// The share of matched pixels and the depth of the trusted points.
 struct DepthSummary
 {
     double matchedPercent;
-    double
-        beyondPercent; ///< of the matched pixels: those without a point, as they are beyond the largest depth
+    /// Of the matched pixels: those without a point, as they are beyond the largest depth.
+    double beyondPercent;
     std::size_t points; ///< trusted ones; the depths are 0 when there are none
     float median;       ///< m
     float nearest;
