@@ -200,11 +200,8 @@ std::string readText(const std::string& name)
 {
     std::string text;
     const std::unique_ptr<gzFile_s, decltype(&gzclose)> file(gzopen(name.c_str(), "rb"), &gzclose);
-    if (!file) {
-        return text; // OpenCV says so
-    }
     // Byte by byte, because a larger request loses what precedes an error.
-    for (int byte = 0; text.size() <= maxDocumentBytes && (byte = gzgetc(file.get())) != -1;) {
+    for (int byte = 0; file && text.size() <= maxDocumentBytes && (byte = gzgetc(file.get())) != -1;) {
         text.push_back(static_cast<char>(byte));
     }
     int error = Z_OK;

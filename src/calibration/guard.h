@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 /// What OpenCV's file storage would crash on, never finish or exhaust the memory with is refused beforehand.
-///
 /// Everything else is left alone: what OpenCV reads is read, and what it refuses it refuses itself.
 #ifndef VISION_CALIBRATION_GUARD_H
 #define VISION_CALIBRATION_GUARD_H
