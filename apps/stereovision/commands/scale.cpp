@@ -31,8 +31,8 @@ vision::Calibration scale(const std::string& file, const cv::Size& size)
         return calibration.scaleTo(size.width, size.height);
     } catch (const std::invalid_argument&) {
         throw Failure(file + ": is for images of " + formatSize({calibration.width, calibration.height}) +
-                      ", which " + formatSize(size) +
-                      " is no multiple of: the aspect ratio must be the same");
+                      ", and " + formatSize(size) +
+                      " has another aspect ratio: only images that were scaled as a whole can share it");
     }
 }
 

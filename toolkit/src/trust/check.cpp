@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace vision::toolkit {
@@ -77,7 +78,7 @@ double findTrend(const std::vector<PairCheck>& pairs)
                 xy += place * pairs[i].rows.median;
         }
     }
-    return n < fewest ? 0 : (n * xy - x * y) / (n * xx - x * x);
+    return n < fewest ? std::numeric_limits<double>::quiet_NaN() : (n * xy - x * y) / (n * xx - x * x);
 }
 
 /// Whether rows are off systematically: beyond what calibrating itself leaves, and beyond doubt.

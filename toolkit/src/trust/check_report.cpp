@@ -65,7 +65,7 @@ std::string toJson(const std::vector<PairCheck>& pairs, const CalibrationCheck& 
     json["rowOffsetMedian"] = numberOrNull(check.rows.median);
     json["rowOffsetSpread"] = numberOrNull(check.rows.spread);
     json["rowOffsetRms"] = check.rms;
-    json["trend"] = check.trend;
+    json["trend"] = numberOrNull(check.trend);
     json["regions"] = Json::array();
     for (const RegionOffset& region : check.regions) {
         json["regions"].push_back(numberOrNull(region.median));

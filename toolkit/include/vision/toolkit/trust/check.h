@@ -54,8 +54,7 @@ struct CalibrationCheck
     double rms = 0;    ///< of the row offsets within five spreads of the median, px
     std::array<RegionOffset, 9> regions{}; ///< from top left to bottom right, row by row
     std::optional<Rotation> rotation;      ///< nothing with too few matches
-    double trend =
-        0; ///< how much the median changes from the first to the last pair, px; 0 for fewer than three
+    double trend = 0; ///< change of the median from the first to the last pair, px; NaN for fewer than three
 };
 
 /// Judges the pairs of a sequence together, in their order.
