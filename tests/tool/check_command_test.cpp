@@ -6,6 +6,7 @@
 #include <regex>
 
 using namespace support;
+using testing::AllOf;
 using testing::HasSubstr;
 
 namespace {
@@ -95,6 +96,12 @@ TEST_F(Check, HoldsDriftsOrDoesNotBelongOnRealPairs)
     }
     EXPECT_EQ(json("four/right.yml --right r", 1)["verdict"], "foreign");
     run(check + "seven/right.yml --right r --correct", 2, HasSubstr("--output"));
+    run(check + "seven/right.yml --right r --output same", 2, HasSubstr("--correct"));
+    run(check + "seven/right.yml --right r --correct --output same", 2, HasSubstr("do not get better"));
+    run("tool check --left none.png --right none.png --left-calibration left.yml --right-calibration "
+        "right.yml",
+        2,
+        AllOf(HasSubstr("none.png: "), HasSubstr("no pair could be checked")));
     run(check + "none.yml --right r", 2, HasSubstr("none.yml"));
 }
 

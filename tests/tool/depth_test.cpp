@@ -103,6 +103,22 @@ TEST_F(Depth, WritesTheSameDepthToAllFiles)
             "l-rectified-right.png l-rectified.png"));
     EXPECT_EQ(cv::norm(cv::imread(path("out/l-rectified-left.png")), colour, cv::NORM_INF), 0);
     EXPECT_EQ(cv::imread(path("out/l-depth16.png"), cv::IMREAD_UNCHANGED).at<ushort>(120, 200), 1500);
+    for (const bool isNear : {true, false}) { // in the range of colours, where near is red
+        run(std::string("plane --force --write disparity-png --range ") + (isNear ? "10,20" : "20,30"),
+            0,
+            HasSubstr("colour"));
+        const auto bgr = cv::imread(path("out/l-disparity.png")).at<cv::Vec3b>(120, 200);
+        EXPECT_EQ(bgr[2] > bgr[0], isNear);
+    }
+    // The principal point is in the middle unless it is given.
+    run("camera() { tool depth --rectified --left l.png --right r.png --focal 300 --baseline 0.1 --output "
+        "$@; };"
+        "camera middle; camera cx --cx 159.5; camera cy --cy 119.5; camera other --cx 160 --cy 120;"
+        "cp other/l-points.ply out; for i in cx cy other; do cmp middle/l-points.ply $i/l-points.ply; done",
+        1,
+        HasSubstr("colour"),
+        HasSubstr("other/l-points.ply differ"));
+    EXPECT_EQ(readFile(path("out/l-points.ply")), ply);
 }
 
 TEST_F(Depth, TellsOfEveryKindOfTrouble)
@@ -253,7 +269,11 @@ TEST_F(Depth, SaysWhatToChangeAndWritesNothing)
         {"plane --algorithm census", "census"},
         {"plane --write disparity-gif", "disparity-gif"},
         {"plane --range 5", "--range"},
+        {"plane --range 20,20", "--range"},
         {"plane --shard 3/2", "--shard"},
+        {"plane --shard 0/2", "--shard"},
+        {"plane --shard 1/2/3", "--shard"},
+        {"plane --jobs 0", "--jobs"},
         {"depth --left l.png", "--right"},
         {"tool depth --left l.png --right r.png --output out", "--left-calibration"},
         {"tool depth --rectified --left l.png --right r.png --output out --focal 300", "--baseline"},
