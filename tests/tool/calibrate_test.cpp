@@ -23,7 +23,9 @@ TEST_F(Calibrate, CalibratesTheRealPairs)
     const std::string out = run("calibrate --left images/left??.jpg --right images/right??.jpg",
                                 0,
                                 "",
-                                HasSubstr("pairs used: 13 of 13\n"));
+                                AllOf(HasSubstr("pairs used: 13 of 13\n"),
+                                      HasSubstr("wrote out/left.yml\n"),
+                                      HasSubstr("wrote 13 pictures out/view-*.jpg\n")));
     for (const char* label : {"rms left: ", "rms right: ", "rms stereo: ", "row error: "}) {
         EXPECT_LT(valueOf(label, out), 0.25) << label;
     }
@@ -122,7 +124,11 @@ TEST_F(Calibrate, WritesWhatCanBeTrustedOnly)
         bool isWritten;
     };
     const Run rows[] = {
-        {"--left images/left0[1-5].jpg --right images/right0[1-5].jpg", "usable", 0, 0, true},
+        {"--left images/left0[1-5].jpg --right images/right0[1-5].jpg --fix k3,tangential --alpha 1",
+         "usable",
+         0,
+         0,
+         true},
         {"--left images/left0[1-3].jpg --right images/right0[1-3].jpg", "poor", 1, 0, true},
         {"--left images/right0[1-4].jpg --right images/left0[1-4].jpg", "refused", 2, 0, false},
         {"--left l.png --right r.png", "refused", 2, 2, false}, // for want of a board
@@ -134,6 +140,13 @@ TEST_F(Calibrate, WritesWhatCanBeTrustedOnly)
         EXPECT_EQ(json, nlohmann::json::parse(readFile(path("out/report.json")))) << row.images;
         EXPECT_EQ(json["verdict"], row.verdict);
         EXPECT_EQ(json["reasons"][0]["verdict"], row.verdict);
+        if (row.verdict == std::string("usable")) {
+            EXPECT_LT(json["validAreaLeft"], 0.95); // and 1 without --alpha
+            vision::Calibration calibration;
+            calibration.load(path("out/left.yml"));
+            EXPECT_NE(calibration.distortion.at<float>(1), 0);
+            EXPECT_EQ(cv::countNonZero(calibration.distortion.colRange(2, 5)), 0);
+        }
         EXPECT_EQ(std::filesystem::exists(path("out/left.yml")), row.isWritten) << row.images;
         EXPECT_EQ(json.contains("rectifiedFocalLength"), json["pairs"][0]["used"]) << row.images;
         for (const auto& pair : json["pairs"]) {
@@ -154,12 +167,15 @@ TEST_F(Calibrate, SaysWhatToChangeAndWritesNothing)
         {"SQUARE=25 calibrate --left l.png --right r.png", "--square"},
         {"BOARD=9 calibrate --left l.png --right r.png", "--board"},
         {"BOARD=9x2 calibrate --left l.png --right r.png", "--board"},
+        {"BOARD=201x9 calibrate --left l.png --right r.png", "--board"},
         {"calibrate --left l.png --right r.png --distortion 6", "--distortion"},
         {"calibrate --left l.png --right r.png --fix k9", "--fix"},
         {"calibrate --left l.png --right r.png --alpha 2", "--alpha"},
         {"calibrate --left l.png --right r.png --pattern dots", "--pattern"},
-        {"calibrate --left l.png --right r.png --pattern charuco", "--marker and --dictionary"},
-        {"calibrate --left l.png --right r.png --pattern charuco --marker 3cm --dictionary X", "less than"},
+        {"calibrate --left l.png --right r.png --pattern charuco --marker 2cm", "--marker and --dictionary"},
+        {"calibrate --left l.png --right r.png --pattern charuco --dictionary X",
+         "--marker and --dictionary"},
+        {"calibrate --left l.png --right r.png --pattern charuco --marker 25mm --dictionary X", "less than"},
         {"calibrate --left l.png --right r.png --pattern charuco --marker 2cm --dictionary X", "\"X\""},
         {"mkdir -p out; touch out/view-1-l.jpg; calibrate --left l.png --right r.png; rc=$?; rm -r out; exit "
          "$rc",

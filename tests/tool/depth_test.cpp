@@ -188,9 +188,27 @@ TEST_F(Depth, PrintsJsonAndKeepsParameters)
         0,
         "",
         "");
-    run("echo '{\"window\": \"x\"}' >p.json; plane --params p.json", 2, HasSubstr("window"));
-    run("echo '{\"left\": \"x\"}' >p.json; plane --params p.json", 2, HasSubstr("is called \"left\""));
-    run("echo '[]' >p.json; plane --params p.json", 2, HasSubstr("no JSON object"));
+    run("echo '{\"window\": 255, \"dense\": false, \"algorithm\": \"bm\", \"near\": 1}' >p.json; plane "
+        "--force "
+        "--params p.json --window 9 --dense --save-params q.json; md5sum <out/l-disparity.pfm | diff - one; "
+        "cat q.json",
+        0,
+        "",
+        AllOf(HasSubstr(R"("window": 9,)"), HasSubstr(R"("dense": true)"), Not(HasSubstr("null"))));
+    const std::pair<const char*, const char*> rows[] = {
+        {R"({"window": "x"})", "window"},
+        {R"({"window": true})", "--window must be a number or a text"},
+        {R"({"window": [9]})", "--window must be a number or a text"},
+        {R"({"window": null})", "--window must be a number or a text"},
+        {R"({"dense": 1})", "--dense must be true or false"},
+        {R"({"left": "x"})", R"(is called "left")"},
+        {"[]", "no JSON object"},
+    };
+    for (const auto& [json, complaint] : rows) {
+        run(std::string("echo '") + json + "' >p.json; plane --params p.json", 2, HasSubstr(complaint));
+    }
+    run("plane --params none.json", 2, HasSubstr("none.json: cannot open"));
+    run("plane --force --save-params /proc/self/p.json", 2, HasSubstr("/proc/self/p.json: cannot write"));
 }
 
 TEST_F(Depth, DependsNeitherOnJobsNorOnShards)
@@ -290,6 +308,7 @@ TEST_F(Depth, SaysWhatToChangeAndWritesNothing)
         {"RIGHT=partial.yml plane", "partial.yml: "},
         {"plane --window x", "--window"},
         {"plane --max-depth 0", "--max-depth"},
+        {"plane --max-depth m", "--max-depth"},
         {"plane --max-depth nan", "nan"},
         {"plane --algorithm bm --p1 5", "p1"},
         {"plane --window 4", "window 4"},
