@@ -86,12 +86,12 @@ RawPair DepthPipeline::rectify(const RawPair& pair) const
     return {_stereo.rectifyImageLeft(pair.left), _stereo.rectifyImageRight(pair.right)};
 }
 
-ImagePair DepthPipeline::_rectify(const ImagePair& pair) const
+ImagePair DepthPipeline::rectifyPair(const ImagePair& pair) const
 {
     return _rig.isRectified ? pair : toolkit::rectify(_stereo, pair);
 }
 
-RectifiedPair DepthPipeline::_makePair(const ImagePair& rectified) const
+RectifiedPair DepthPipeline::makePair(const ImagePair& rectified) const
 {
     RectifiedPair pair{rectified.left.grey, rectified.right.grey, {}, {}};
     if (!_rig.isRectified) {
@@ -105,11 +105,11 @@ RectifiedPair DepthPipeline::_makePair(const ImagePair& rectified) const
 
 std::optional<DisparitySpan> DepthPipeline::findSpan(const ImagePair& pair) const
 {
-    const ImagePair rectified = _rectify(pair);
-    return toolkit::findSpan(_makePair(rectified), findLowestPossible(_rig, rectified.left.grey.cols));
+    const ImagePair rectified = rectifyPair(pair);
+    return toolkit::findSpan(makePair(rectified), findLowestPossible(_rig, rectified.left.grey.cols));
 }
 
-SearchRange DepthPipeline::_chooseRange(const RectifiedPair& pair, Notes& notes) const
+SearchRange DepthPipeline::findRange(const RectifiedPair& pair, Notes& notes) const
 {
     const int width = pair.left.cols;
     std::optional<DisparitySpan> span = _span;
@@ -126,7 +126,7 @@ SearchRange DepthPipeline::_chooseRange(const RectifiedPair& pair, Notes& notes)
     return chooseRange(_settings.range, span.value_or(guessSpan(_rig, width)), _rig, width);
 }
 
-void DepthPipeline::_addPoints(PairDepth& depth)
+void DepthPipeline::addPoints(PairDepth& depth)
 {
     if (!depth.scale) {
         return;
@@ -142,29 +142,25 @@ void DepthPipeline::_addPoints(PairDepth& depth)
 
 PairDepth DepthPipeline::compute(const ImagePair& images, int threads)
 {
-    const ImagePair rectified = _rectify(images);
+    const ImagePair rectified = rectifyPair(images);
     if (_settings.plain) {
-        PairDepth plain = computePlainDepth(_stereo, rectified);
+        PairDepth plain = computePlainDepth(_stereo, rectified, _rig.calibrations.has_value());
         plain.scale = findDepthScale(_rig, plain.disparity.cols);
-        if (!_rig.calibrations) {
-            plain.points.release();
-            plain.maxDepth = 0;
-        }
         return plain;
     }
     if (_rig.calibrations) {
         requireFittingSize(rectified.left.grey.size(), _rig.size);
     }
-    const RectifiedPair pair = _makePair(rectified);
+    const RectifiedPair pair = makePair(rectified);
     PairDepth depth = makePairDepth(rectified);
     depth.scale = findDepthScale(_rig, pair.left.cols);
-    depth.range = _chooseRange(pair, depth.notes);
+    depth.range = findRange(pair, depth.notes);
     const double factor = static_cast<double>(pair.left.cols) / _rig.size.width;
     const Matches matches = match(pair, depth.range, scaleTo(_settings.matcher, factor), threads);
     depth.disparity = matches.disparity;
     depth.unsearched = matches.unsearched;
     depth.levels = matches.levels;
-    _addPoints(depth);
+    addPoints(depth);
     return depth;
 }
 

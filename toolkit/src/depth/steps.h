@@ -21,8 +21,9 @@ ImagePair rectify(const vision::Stereo& stereo, const ImagePair& pair);
 PairDepth makePairDepth(const ImagePair& rectified);
 
 /// Matches a rectified pair and computes its points, with the methods of `vision::Stereo` alone.
-/// @throws Failure as computePairDepth()
-PairDepth computePlainDepth(const vision::Stereo& stereo, const ImagePair& rectified);
+/// @param hasCalibrations whether there are points
+/// @throws Failure telling what to change when the images do not fit the calibrations or the parameters
+PairDepth computePlainDepth(const vision::Stereo& stereo, const ImagePair& rectified, bool hasCalibrations);
 
 /// Gives a Stereo the rig's calibrations and what is set of its parameters.
 /// @throws Failure when something is set that it does not have, or is out of range

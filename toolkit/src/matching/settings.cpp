@@ -3,6 +3,7 @@
 
 #include <vision/toolkit/failure.h>
 
+#include <algorithm>
 #include <string>
 
 namespace vision::toolkit {
@@ -44,11 +45,11 @@ void requireValid(const MatcherSettings& settings)
     requireUseful(settings.p2, "p2", isSgm, "sgm");
     requireUseful(settings.preFilterSize, "prefilter size", isBm, "bm");
     requireUseful(settings.textureThreshold, "texture threshold", isBm, "bm");
-    // Beyond these bounds the 16-bit costs of sgm would overflow; those of the others are the core's.
-    constexpr int largestCost = 32767;
+    // The bounds of bm and sgbm are the core's. Sgm adds up costs and penalties in 16 bits.
+    constexpr int largestPenalty = 10000;
     require(settings.window, isSgm ? Domain{"window", 1, 21, true} : Domain{"window", 5, 255, true});
-    require(settings.p1, {"p1", 0, largestCost - 1, false});
-    require(settings.p2, {"p2", 1, largestCost, false});
+    require(settings.p1, {"p1", 0, largestPenalty - 1, false});
+    require(settings.p2, {"p2", 1, largestPenalty, false});
     require(settings.uniqueness, {"uniqueness", 0, 100, false});
     require(settings.preFilterCap, {"prefilter cap", 1, 63, false});
     require(settings.preFilterSize, {"prefilter size", 5, 255, true});
@@ -69,8 +70,8 @@ struct Defaults
 
 const Defaults& defaultsOf(Algorithm algorithm)
 {
-    static constexpr Defaults bm{{19, 13, 9}, 3, 42, 200, 8};
-    static constexpr Defaults sgbm{{15, 11, 9}, 2, 31, 200, 2};
+    static constexpr Defaults bm{{17, 13, 9}, 3, 42, 200, 8};
+    static constexpr Defaults sgbm{{13, 11, 9}, 2, 31, 200, 2};
     static constexpr Defaults sgm{{5, 5, 5}, 4, 63, 200, 1};
     return algorithm == Algorithm::Bm ? bm : algorithm == Algorithm::Sgbm ? sgbm : sgm;
 }
@@ -88,7 +89,9 @@ void setMissing(std::optional<int>& value, int byDefault)
 
 void setMissingPenalties(MatcherSettings& settings)
 {
-    const int area = *settings.window * *settings.window;
+    constexpr int largestEdge = 9; // beyond it the sums would not fit 16 bits
+    const int edge = std::min(*settings.window, largestEdge);
+    const int area = edge * edge;
     const int p1 = settings.p1.value_or(10 * area);
     const int p2 = settings.p2.value_or(64 * area);
     if (p1 >= p2) {

@@ -54,10 +54,10 @@ public:
     const Rig& rig() const { return _rig; }
 
 private:
-    ImagePair _rectify(const ImagePair& pair) const;
-    RectifiedPair _makePair(const ImagePair& rectified) const;
-    SearchRange _chooseRange(const RectifiedPair& pair, Notes& notes) const;
-    void _addPoints(PairDepth& depth);
+    ImagePair rectifyPair(const ImagePair& pair) const;
+    RectifiedPair makePair(const ImagePair& rectified) const;
+    SearchRange findRange(const RectifiedPair& pair, Notes& notes) const;
+    void addPoints(PairDepth& depth);
 
     Rig _rig;
     DepthSettings _settings;

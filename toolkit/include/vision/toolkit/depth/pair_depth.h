@@ -2,8 +2,6 @@
 #ifndef VISION_TOOLKIT_DEPTH_PAIR_DEPTH_H
 #define VISION_TOOLKIT_DEPTH_PAIR_DEPTH_H
 
-#include <vision/stereo.h>
-#include <vision/toolkit/export.h>
 #include <vision/toolkit/input/image_pair.h>
 #include <vision/toolkit/matching/search_range.h>
 
@@ -29,10 +27,6 @@ struct PairDepth
     std::optional<DepthScale> scale; ///< of disparities of this size; none without calibrations
     Notes notes;                     ///< what happened on the way; see judge() for what the result says
 };
-
-/// Rectifies and matches a pair and computes its points, with the methods of `vision::Stereo` alone.
-/// @throws Failure telling what to change when the images do not fit the calibrations or the options
-VISION_TOOLKIT_EXPORT PairDepth computePairDepth(const vision::Stereo& stereo, const ImagePair& pair);
 
 } // namespace vision::toolkit
 

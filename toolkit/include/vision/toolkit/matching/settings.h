@@ -20,10 +20,10 @@ enum class Algorithm
 struct MatcherSettings
 {
     Algorithm algorithm = Algorithm::Sgm;
-    std::optional<int> window;     ///< edge length of the compared blocks, px; odd, 5 to 255, of sgm 1 to 21
-    std::optional<int> p1;         ///< sgm only: penalty of a disparity change of 1; default 10 window^2
-    std::optional<int> p2;         ///< sgm only: penalty of a larger one, above p1; default 64 window^2
-    std::optional<int> uniqueness; ///< percent by which the best match must beat the others; 0 to 100
+    std::optional<int> window; ///< edge length of the compared blocks, px; odd, 5 to 255, of sgm 1 to 21
+    std::optional<int> p1;     ///< sgm only: penalty of a change of 1 px; default 10 window^2, at most 810
+    std::optional<int> p2;     ///< sgm only: of a larger change, above p1; default 64 window^2, at most 5184
+    std::optional<int> uniqueness;    ///< percent by which the best match must beat the others; 0 to 100
     std::optional<int> preFilterCap;  ///< clipping value of prefiltered pixels; 1 to 63
     std::optional<int> preFilterSize; ///< bm only: edge length of the prefilter's window, px; odd, 5 to 255
     std::optional<int> speckleWindow; ///< largest region removed as speckle, pixels; 0 (none) to 1000

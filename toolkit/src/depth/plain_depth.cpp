@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/depth/pair_depth.h>
-
 #include "depth/steps.h"
 
 #include <vision/toolkit/failure.h>
@@ -13,7 +11,6 @@
 #include <cmath>
 #include <cstdint>
 #include <limits>
-#include <tuple>
 
 namespace vision::toolkit {
 
@@ -68,46 +65,7 @@ void requireFittingSearch(const Stereo& stereo, const Search& search, const cv::
 
 } // namespace
 
-void requireFittingSize(const cv::Size& image, const cv::Size& calibration)
-{
-    const std::string sizes =
-        "the images are " + formatSize(image) + ", the calibration is for " + formatSize(calibration);
-    if (image.width > calibration.width) {
-        throw Failure(sizes + ": scale them down to that size or calibrate at theirs");
-    }
-    if (std::int64_t{image.width} * calibration.height != std::int64_t{image.height} * calibration.width) {
-        throw Failure(sizes +
-                      ": the aspect ratio must be the same; use uncropped images of the calibrated cameras");
-    }
-}
-
-ImagePair rectify(const Stereo& stereo, const ImagePair& pair)
-{
-    const vision::Calibration calibration = stereo.getCalibrations().first;
-    requireFittingSize(pair.left.grey.size(), {calibration.width, calibration.height});
-    ImagePair rectified;
-    std::tie(rectified.left.grey, rectified.right.grey) =
-        stereo.rectifyImages(pair.left.grey, pair.right.grey);
-    rectified.left.view =
-        pair.left.view.channels() == 1 ? rectified.left.grey : stereo.rectifyImageLeft(pair.left.view);
-    rectified.right.view =
-        pair.right.view.channels() == 1 ? rectified.right.grey : stereo.rectifyImageRight(pair.right.view);
-    rectified.notes = pair.notes;
-    return rectified;
-}
-
-PairDepth makePairDepth(const ImagePair& rectified)
-{
-    PairDepth depth;
-    depth.left = rectified.left.view;
-    depth.right = rectified.right.view;
-    depth.leftGrey = rectified.left.grey;
-    depth.rightGrey = rectified.right.grey;
-    depth.notes = rectified.notes;
-    return depth;
-}
-
-PairDepth computePlainDepth(const Stereo& stereo, const ImagePair& rectified)
+PairDepth computePlainDepth(const Stereo& stereo, const ImagePair& rectified, bool hasCalibrations)
 {
     const cv::Size size = rectified.left.grey.size();
     const vision::Calibration calibration = stereo.getCalibrations().first;
@@ -118,8 +76,10 @@ PairDepth computePlainDepth(const Stereo& stereo, const ImagePair& rectified)
     PairDepth result = makePairDepth(rectified);
     result.range = {search.minDisparity, search.disparities};
     result.disparity = stereo.computeDisparity(result.leftGrey, result.rightGrey);
-    result.points = stereo.computeDepth(result.disparity);
-    result.maxDepth = stereo.getMaxDepth();
+    if (hasCalibrations) {
+        result.points = stereo.computeDepth(result.disparity);
+        result.maxDepth = double{stereo.getMaxDepth()};
+    }
 
     // The matcher marks a pixel without a match by one less than the smallest disparity that it searched.
     const cv::Mat unmatched = result.disparity <= search.minDisparity - 1;
@@ -130,11 +90,6 @@ PairDepth computePlainDepth(const Stereo& stereo, const ImagePair& rectified)
         .unsearched(cv::getValidDisparityROI(all, all, search.minDisparity, search.disparities, search.block))
         .setTo(0);
     return result;
-}
-
-PairDepth computePairDepth(const Stereo& stereo, const ImagePair& pair)
-{
-    return computePlainDepth(stereo, rectify(stereo, pair));
 }
 
 } // namespace vision::toolkit
