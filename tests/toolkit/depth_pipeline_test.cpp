@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "support/matrices.h"
+#include "support/scene.h"
+
+#include <vision/toolkit/depth/depth_pipeline.h>
+#include <vision/toolkit/depth/summary.h>
+#include <vision/toolkit/depth/verdict.h>
+#include <vision/toolkit/failure.h>
+#include <vision/toolkit/input/resize.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+using namespace vision::toolkit;
+using support::areBitEqual;
+
+namespace {
+
+const cv::Size fullSize(640, 480);
+constexpr double distance = 1.5; // m
+
+/// The cameras, and a plane as they see it.
+class DepthOf : public testing::Test
+{
+protected:
+    DepthOf()
+        : cameras(support::makeCalibrations(fullSize.width, fullSize.height)),
+          rig(makeRig({cameras.left, cameras.right})), raw(photograph({distance, 0.2}))
+    {
+    }
+
+    RawPair photograph(const support::Plane& plane) const
+    {
+        return {support::photograph(plane, cameras.left), support::photograph(plane, cameras.right)};
+    }
+
+    PairDepth compute(const DepthSettings& settings, double factor = 1) const
+    {
+        return DepthPipeline(rig, settings).compute(toEightBits(resize(raw, factor)));
+    }
+
+    const support::CalibrationPair cameras;
+    const Rig rig;
+    const RawPair raw;
+};
+
+/// The codes of all notes on a result.
+std::vector<std::string> judgeAll(const PairDepth& depth)
+{
+    std::vector<std::string> codes;
+    for (const Notes& notes : {depth.notes, judge(depth, summarise(depth))}) {
+        for (const Note& note : notes) {
+            codes.push_back(note.code);
+        }
+    }
+    return codes;
+}
+
+TEST_F(DepthOf, APlaneIsRightAtAnySizeWithAnyAlgorithmAndRange)
+{
+    const double focalLength = 500; // of the projection matrices, px
+    const RangeSettings automatic, lengths{1.1, 2.5, {}, {}}, farthest{{}, 2.2, {}, {}},
+        pixels{{}, {}, 20, 64};
+    const auto searched = [&](const RangeSettings& range, double factor) {
+        return compute({{}, range, {}, false}, factor).range;
+    };
+    for (const Algorithm algorithm : {Algorithm::Bm, Algorithm::Sgbm, Algorithm::Sgm}) {
+        for (const double factor : {1.0, 0.5, 0.25}) {
+            for (const RangeSettings& range : {automatic, lengths, farthest, pixels}) {
+                DepthSettings settings;
+                settings.matcher.algorithm = algorithm;
+                settings.range = range;
+                settings.matcher.window = range.disparities ? std::optional(21) : std::nullopt;
+                const PairDepth depth = compute(settings, factor);
+                SCOPED_TRACE(testing::Message() << static_cast<int>(algorithm) << ", x " << factor
+                                                << ", from " << depth.range.minDisparity);
+                EXPECT_THAT(judgeAll(depth), testing::IsEmpty());
+                EXPECT_EQ(depth.disparity.cols, cvRound(fullSize.width * factor));
+                int right = 0;
+                for (int y = 0; y < depth.points.rows; ++y) {
+                    for (int x = 0; x < depth.points.cols; ++x) {
+                        const auto& point = depth.points.at<cv::Vec3f>(y, x);
+                        const double z = distance + 0.2 * double{point[0]};
+                        right += std::abs(double{point[2]} - z) < 0.03 * z ? 1 : 0;
+                        EXPECT_TRUE(!isTrusted(point) || std::isfinite(depth.disparity.at<float>(y, x)));
+                    }
+                }
+                EXPECT_LT(summarise(depth).beyondPercent, 1);
+                EXPECT_GT(right, 0.75 * static_cast<double>(depth.points.total()));
+            }
+            // What is asked for is searched in the images as they are.
+            EXPECT_LE(searched(pixels, factor).minDisparity, 20 * factor);
+            EXPECT_GE(searched(pixels, factor).maxDisparity(), 83 * factor - 1);
+            const auto scale = findDepthScale(rig, cvRound(fullSize.width * factor));
+            EXPECT_NEAR(scale->focalLength, focalLength * factor, 1e-3);
+            EXPECT_LE(searched(lengths, factor).minDisparity, scale->disparityAt(2.5));
+            EXPECT_GE(searched(lengths, factor).maxDisparity(), scale->disparityAt(1.1) - 1);
+        }
+    }
+}
+
+TEST_F(DepthOf, PlainIsWhatTheMethodsOfStereoGive)
+{
+    for (const Algorithm algorithm : {Algorithm::Bm, Algorithm::Sgbm}) {
+        for (const double factor : {1.0, 0.5}) {
+            DepthSettings settings{{}, {{}, {}, {}, 64}, 1.6, true};
+            settings.matcher.algorithm = algorithm;
+            settings.matcher.window = factor == 1 ? 17 : 19; // bm needs an odd one after scaling
+            const PairDepth plain = compute(settings, factor);
+
+            vision::Stereo stereo;
+            stereo.setMaxDepth(1.6f);
+            stereo.setCalibrations(cameras.left, cameras.right);
+            stereo.setStereoAlgorithm(algorithm == Algorithm::Bm ? vision::Stereo::BM : vision::Stereo::SGBM);
+            stereo.setWindowSize(*settings.matcher.window);
+            stereo.setDisparityNumber(64);
+            const RawPair images = resize(raw, factor);
+            const auto [left, right] = stereo.rectifyImages(images.left, images.right);
+            cv::Mat disparity = stereo.computeDisparity(left, right);
+            EXPECT_TRUE(areBitEqual(plain.points, stereo.computeDepth(disparity)));
+            const double unmatched = stereo.getMinDisparity() / cvRound(1 / factor) - 2;
+            disparity.setTo(INFINITY, disparity == unmatched);
+            EXPECT_TRUE(areBitEqual(plain.disparity, disparity));
+            EXPECT_GT(cv::countNonZero(disparity < INFINITY), 1000);
+            EXPECT_GT(cv::countNonZero(plain.unsearched), 0);
+        }
+    }
+}
+
+TEST_F(DepthOf, TheResultSaysWhereTheRangeIsWrong)
+{
+    DepthSettings settings;
+    settings.maxDepth = 1.4;
+    const PairDepth cut = compute(settings);
+    EXPECT_THAT(judgeAll(cut), testing::ElementsAre("beyond-largest-depth"));
+    EXPECT_LE(summarise(cut).farthest, 1.4f);
+    EXPECT_NEAR(summarise(cut).beyondPercent, 86, 3); // of columns 48 to 640, those right of 131
+
+    settings = {};
+    settings.range.disparities = 32;
+    settings.range.minDisparity = 16; // the plane has 43 to 55 px
+    EXPECT_THAT(judgeAll(compute(settings)), testing::ElementsAre("range-ends-too-early"));
+    settings.range.minDisparity = 49;
+    EXPECT_THAT(judgeAll(compute(settings)), testing::ElementsAre("range-starts-too-late"));
+
+    cv::Mat foreign;
+    cv::flip(raw.right, foreign, -1);
+    EXPECT_THAT(judgeAll(DepthPipeline(rig, {}).compute(toEightBits({raw.left, foreign}))),
+                testing::IsSupersetOf({"range-not-found", "few-matches"}));
+}
+
+TEST_F(DepthOf, ASequenceHasOneRange)
+{
+    EXPECT_EQ(sampleEvenly(0), std::vector<std::size_t>{});
+    EXPECT_EQ(sampleEvenly(1), std::vector<std::size_t>{0});
+    EXPECT_EQ(sampleEvenly(4), (std::vector<std::size_t>{0, 1, 2, 3}));
+    EXPECT_EQ(sampleEvenly(17), (std::vector<std::size_t>{0, 2, 4, 6, 8, 10, 12, 14, 16}));
+    EXPECT_EQ(sampleEvenly(1000000).back(), 999999U);
+
+    DepthPipeline pipeline(rig, {});
+    const ImagePair near = toEightBits(photograph({0.7, 0}));
+    EXPECT_TRUE(pipeline.needsSpan());
+    const int alone = pipeline.compute(toEightBits(raw)).range.maxDisparity();
+    pipeline.setSpan(join({*pipeline.findSpan(toEightBits(raw)), *pipeline.findSpan(near)}));
+    const SearchRange range = pipeline.compute(toEightBits(raw)).range;
+    EXPECT_EQ(range, pipeline.compute(near).range);
+    EXPECT_GT(range.maxDisparity(), 94); // 8 + 500 * 0.12 / 0.7
+    EXPECT_LT(alone, 94);
+}
+
+TEST_F(DepthOf, RectifiedPairsNeedNoCalibration)
+{
+    const auto [left, right] = DepthPipeline(rig, {}).rectify(raw);
+    const ImagePair rectified = toEightBits({left, right});
+    const PairDepth known = compute({});
+    const auto shareLike = [&known](const PairDepth& depth) {
+        const cv::Mat close = cv::abs(depth.disparity - known.disparity) < 0.5;
+        return cv::countNonZero(close) / static_cast<double>(close.total());
+    };
+    const RectifiedGeometry geometry{500, support::baseline, -8, cv::Point2d(310, 240)};
+    const PairDepth metric = DepthPipeline(makeRectifiedRig(fullSize, geometry), {}).compute(rectified);
+    EXPECT_GT(shareLike(metric), 0.75);
+    EXPECT_NEAR(summarise(metric).median, summarise(known).median, 0.01);
+
+    DepthSettings settings;
+    settings.matcher.algorithm = Algorithm::Bm;
+    for (const bool isPlain : {false, true}) {
+        settings.plain = isPlain;
+        const PairDepth bare =
+            DepthPipeline(makeRectifiedRig(fullSize, std::nullopt), settings).compute(rectified);
+        EXPECT_GT(shareLike(bare), 0.6);
+        EXPECT_TRUE(bare.points.empty());
+        EXPECT_FALSE(bare.scale);
+        EXPECT_EQ(summarise(bare).points, 0U);
+        EXPECT_EQ(summarise(bare).beyondPercent, 0);
+    }
+    for (const RectifiedGeometry& wrong :
+         {RectifiedGeometry{0, 1, 0, {}}, {1, -1, 0, {}}, {INFINITY, 1, 0, {}}, {1, 1, NAN, {}}}) {
+        EXPECT_THROW((void)makeRectifiedRig(fullSize, wrong), Failure);
+    }
+}
+
+TEST_F(DepthOf, BordersThatShowNothingAreLeftOut)
+{
+    // The left camera's image starts in the middle of the rectified one.
+    support::CalibrationPair moved = cameras;
+    for (vision::Calibration* const camera : {&moved.left, &moved.right}) {
+        camera->projectionMatrix.at<float>(0, 2) += 300;
+    }
+    const PairDepth depth = DepthPipeline(makeRig({moved.left, moved.right}), {}).compute(toEightBits(raw));
+    const cv::Mat outside = depth.unsearched.colRange(0, 260);
+    EXPECT_EQ(cv::countNonZero(outside), static_cast<int>(outside.total()));
+    EXPECT_GT(cv::countNonZero(depth.disparity < INFINITY),
+              0.3 * static_cast<double>(depth.disparity.total()));
+}
+
+TEST_F(DepthOf, SettingsThatContradictOneAnotherAreRefused)
+{
+    using Change = void (*)(DepthSettings&);
+    const Change rows[] = {
+        [](DepthSettings& s) { s.range.nearest = -1; },
+        [](DepthSettings& s) { s.range.nearest = 2, s.range.farthest = 1; },
+        [](DepthSettings& s) { s.range.nearest = 1, s.range.disparities = 64; },
+        [](DepthSettings& s) { s.range.farthest = 1, s.range.minDisparity = 3; },
+        [](DepthSettings& s) { s.range.disparities = 20; },
+        [](DepthSettings& s) { s.range.minDisparity = -641; },
+        [](DepthSettings& s) { s.maxDepth = 0; },
+        [](DepthSettings& s) { s.matcher.window = 4; },
+        [](DepthSettings& s) { s.plain = true, s.matcher.algorithm = Algorithm::Sgm; },
+        [](DepthSettings& s) { s.plain = s.matcher.dense = true; },
+        [](DepthSettings& s) { s.plain = true, s.range.nearest = 1; },
+        [](DepthSettings& s) { s.plain = true, s.maxDepth = 0.01; },
+    };
+    for (const Change& change : rows) {
+        DepthSettings settings;
+        settings.matcher.algorithm = Algorithm::Bm; // which plain takes
+        change(settings);
+        EXPECT_THROW(DepthPipeline(rig, settings), Failure) << &change - rows;
+    }
+    DepthSettings far, tooNear;
+    far.range.farthest = 3;
+    EXPECT_THROW(DepthPipeline(makeRectifiedRig(fullSize, std::nullopt), far), Failure);
+    tooNear.range = {0.01, 0.02, {}, {}};
+    EXPECT_THROW((void)compute(tooNear), Failure);
+}
+
+} // namespace
