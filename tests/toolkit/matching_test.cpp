@@ -9,7 +9,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <functional>
 
 using namespace vision::toolkit;
 using support::areBitEqual;
@@ -22,13 +21,9 @@ constexpr Algorithm algorithms[] = {Algorithm::Bm, Algorithm::Sgbm, Algorithm::S
 cv::Mat view(const cv::Size& size, double disparity)
 {
     static const cv::Mat texture = support::makeTexture();
+    const cv::Matx23d move(1, 0, -300 - disparity, 0, 1, -200);
     cv::Mat image;
-    cv::warpAffine(texture,
-                   image,
-                   cv::Matx23d(1, 0, -300 - disparity, 0, 1, -200),
-                   size,
-                   cv::INTER_CUBIC,
-                   cv::BORDER_WRAP);
+    cv::warpAffine(texture, image, move, size, cv::INTER_CUBIC, cv::BORDER_WRAP);
     return image;
 }
 
@@ -213,55 +208,33 @@ TEST(Matcher, TakesImagesOfAnySize)
 TEST(Matcher, NamesWhatItCannotUse)
 {
     const RectifiedPair pair = plane({64, 48}, 5);
-    const cv::Mat small = pair.left.colRange(0, 20);
-    const auto with = [&](const auto& change) {
-        return [&pair, change] {
-            MatcherSettings settings;
-            change(settings);
-            (void)match(pair, {0, 16}, settings);
-        };
+    const auto expectRefusal = [](const RectifiedPair& images,
+                                  const SearchRange& range,
+                                  const MatcherSettings& settings,
+                                  const char* part) {
+        EXPECT_THAT([&] { (void)match(images, range, settings); },
+                    testing::ThrowsMessage<Failure>(testing::HasSubstr(part)));
     };
-    const std::pair<const char*, std::function<void()>> rows[] = {
-        {"window 4", with([](auto& s) { s.window = 4; })},
-        {"window 23", with([](auto& s) { s.window = 23; })},
-        {"window 3", with([](auto& s) { s.algorithm = Algorithm::Bm, s.window = 3; })},
-        {"p1 does nothing", with([](auto& s) { s.algorithm = Algorithm::Sgbm, s.p1 = 1; })},
-        {"p1 (9) must be below p2 (9)", with([](auto& s) { s.p1 = s.p2 = 9; })},
-        {"p2 10001", with([](auto& s) { s.p2 = 10001; })},
-        {"texture threshold does nothing", with([](auto& s) { s.textureThreshold = 9; })},
-        {"prefilter size 6", with([](auto& s) { s.algorithm = Algorithm::Bm, s.preFilterSize = 6; })},
-        {"0: it must be a positive",
-         [&] {
-             (void)match(pair, {0, 0}, {});
-         }},
-        {"20: it must be a positive",
-         [&] {
-             (void)match(pair, {0, 20}, {});
-         }},
-        {"disparities from 2040",
-         [&] {
-             (void)match(pair, {2040, 16}, {});
-         }},
-        {"disparities from -2050",
-         [&] {
-             (void)match(pair, {-2050, 16}, {});
-         }},
-        {"disparities from 2147483647",
-         [&] {
-             (void)match(pair, {2147483647, 16}, {});
-         }},
-        {"same size",
-         [&] {
-             (void)match({pair.left, small, {}, {}}, {0, 16}, {});
-         }},
-        {"mask",
-         [&] {
-             (void)match({pair.left, pair.right, small, {}}, {0, 16}, {});
-         }},
+    const std::pair<const char*, void (*)(MatcherSettings&)> rows[] = {
+        {"window 23", [](auto& s) { s.window = 23; }},
+        {"window 3", [](auto& s) { s.algorithm = Algorithm::Bm, s.window = 3; }},
+        {"p1 does nothing", [](auto& s) { s.algorithm = Algorithm::Sgbm, s.p1 = 1; }},
+        {"p1 (9) must be below p2 (9)", [](auto& s) { s.p1 = s.p2 = 9; }},
+        {"p2 10001", [](auto& s) { s.p2 = 10001; }},
+        {"texture threshold does nothing", [](auto& s) { s.textureThreshold = 9; }},
+        {"prefilter size 6", [](auto& s) { s.algorithm = Algorithm::Bm, s.preFilterSize = 6; }},
     };
-    for (const auto& [text, call] : rows) {
-        EXPECT_THAT(call, testing::ThrowsMessage<Failure>(testing::HasSubstr(text)));
+    for (const auto& [part, change] : rows) {
+        MatcherSettings settings;
+        change(settings);
+        expectRefusal(pair, {0, 16}, settings, part);
     }
+    for (const SearchRange range : {SearchRange{0, 0}, {0, 20}, {2040, 16}, {-2050, 16}, {2147483647, 16}}) {
+        expectRefusal(pair, range, {}, "disparities");
+    }
+    const cv::Mat small = pair.left.colRange(0, 20);
+    expectRefusal({pair.left, small, {}, {}}, {0, 16}, {}, "same size");
+    expectRefusal({pair.left, pair.right, small, {}}, {0, 16}, {}, "mask");
 }
 
 TEST(DisparitySpan, HoldsWhatOccurs)

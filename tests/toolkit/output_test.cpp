@@ -39,18 +39,10 @@ namespace fs = std::filesystem;
 const std::string allNames =
     "disparity-png,disparity-pfm,disparity-tiff,disparity-png16,depth-png,depth-png16,"
     "depth-tiff,points-ply,rectified,rectified-rows,level-png";
-const std::vector<std::string> allEndings{"disparity.png",
-                                          "disparity.pfm",
-                                          "disparity.tiff",
-                                          "disparity16.png",
-                                          "depth.png",
-                                          "depth16.png",
-                                          "depth.tiff",
-                                          "points.ply",
-                                          "rectified-left.png",
-                                          "rectified-right.png",
-                                          "rectified.png",
-                                          "level.png"};
+const std::string allFiles =
+    "a-disparity.png a-disparity.pfm a-disparity.tiff a-disparity16.png a-depth.png a-depth16.png "
+    "a-depth.tiff a-points.ply a-rectified-left.png a-rectified-right.png a-rectified.png a-level.png ";
+constexpr std::ptrdiff_t fileCount = 12;
 
 class Output : public testing::Test
 {
@@ -74,49 +66,21 @@ protected:
 TEST_F(Output, DisparitiesSurviveEveryFormat)
 {
     constexpr float none = INFINITY;
-    const cv::Mat_<float> given({2, 5},
-                                {0.0625F,
-                                 43.5F,
-                                 none,
-                                 NAN,
-                                 255.99F, //
-                                 0.0019F,
-                                 256,
-                                 -3,
-                                 1000,
-                                 0});
+    const cv::Mat_<float> given({2, 5}, {0.0625F, 43.5F, none, NAN, 255.99F, 0.0019F, 256, -3, 1000, 0});
     const auto expect = [&](const std::string& bytes, const cv::Mat_<float>& expected) {
         const cv::Mat found = readDisparity(save(bytes), {}).disparity;
         EXPECT_TRUE(support::areBitEqual(found, expected)) << found;
     };
     const cv::Mat_<float> floats({2, 5},
-                                 {0.0625F,
-                                  43.5F,
-                                  none,
-                                  none,
-                                  255.99F, //
-                                  0.0019F,
-                                  256,
-                                  none,
-                                  1000,
-                                  none});
+                                 {0.0625F, 43.5F, none, none, 255.99F, 0.0019F, 256, none, 1000, none});
     expect(encodeDisparityPfm(given), floats);
     expect(encodeDisparityTiff(given), floats);
 
     const EncodedImage png = encodeDisparityPng16(given);
     EXPECT_EQ(png.unfit, 5U); // the second row: rounds to 0, one too much, negative, far too much, 0 itself
-    expect(png.bytes,
-           cv::Mat_<float>({2, 5},
-                           {0.0625F,
-                            43.5F,
-                            none,
-                            none,
-                            65533 / 256.F, //
-                            none,
-                            none,
-                            none,
-                            none,
-                            none}));
+    const cv::Mat_<float> halves({2, 5},
+                                 {0.0625F, 43.5F, none, none, 65533 / 256.F, none, none, none, none, none});
+    expect(png.bytes, halves);
     EXPECT_EQ(decode(png.bytes).at<std::uint16_t>(0, 1), 43.5 * 256);
 }
 
@@ -190,11 +154,11 @@ TEST_F(Output, SaysWhatIsWrongWithADisparityFile)
 TEST_F(Output, NamesItsFilesAsItIsTold)
 {
     EXPECT_EQ(OutputSet::listNames(), allNames);
-    std::vector<std::string> files;
-    for (const std::string& ending : allEndings) {
-        files.push_back("a-" + ending);
+    std::string files;
+    for (const std::string& file : OutputSet::parse("--write", allNames).listFiles("a")) {
+        files += file + " ";
     }
-    EXPECT_EQ(OutputSet::parse("--write", allNames).listFiles("a"), files);
+    EXPECT_EQ(files, allFiles);
     EXPECT_THAT(OutputSet::parse("--write", "points-ply,disparity-pfm").listFiles("a"),
                 testing::ElementsAre("a-disparity.pfm", "a-points.ply"));
     EXPECT_TRUE(OutputSet::makeDefault(true).needsDepth());
@@ -228,7 +192,7 @@ TEST_F(Output, SeveralThreadsWriteIntoOneFolder)
     const auto work = [&](int first) {
         for (int pair = first; pair <= pairs; pair += 2) {
             const PairOutput written = writePairOutput(makeResults(pair), {}, set, output);
-            EXPECT_EQ(written.files.size(), allEndings.size());
+            EXPECT_EQ(written.files.size(), fileCount);
             ASSERT_EQ(written.notes.size(), 1U);
             EXPECT_EQ(written.notes[0].code, "depth-out-of-range");
             EXPECT_THAT(written.notes[0].text, HasSubstr(std::to_string(64 * 48) + " pixels"));
@@ -238,8 +202,7 @@ TEST_F(Output, SeveralThreadsWriteIntoOneFolder)
     work(2);
     other.join();
 
-    EXPECT_EQ(std::distance(fs::directory_iterator(path("out")), {}),
-              pairs * std::ptrdiff_t(allEndings.size()));
+    EXPECT_EQ(std::distance(fs::directory_iterator(path("out")), {}), pairs * fileCount);
     for (int pair = 1; pair <= pairs; ++pair) {
         const std::string name = path("out/" + std::to_string(pair));
         EXPECT_EQ(readDisparity(name + "-disparity.tiff", {}).disparity.at<float>(9, 9), pair);
