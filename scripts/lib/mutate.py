@@ -124,14 +124,15 @@ class Copy:
         self._objects = self._digest()
 
     def _divide(self, program):
-        """The runs of a program, after trying them without a fault."""
-        times = COPY / "times.json"
-        self._time(program, f"--gtest_output=json:{times}")
-        cases = [(f"{suite['name']}.{case['name']}", float(case["time"].rstrip("s")))
-                 for suite in json.loads(times.read_text())["testsuites"] for case in suite["testsuite"]]
-        quick = "".join(f"{name}:" for name, seconds in cases if seconds < 0.3)
-        filters = [quick] * bool(quick) + [name for name, seconds in cases if seconds >= 0.3]
-        return [Run(program, names, self._time(program, f"--gtest_filter={names}")) for names in filters]
+        """The runs of a program, after trying each case without a fault."""
+        listing = COPY / "cases.json"
+        self._passes(program, 60, "--gtest_list_tests", f"--gtest_output=json:{listing}")
+        cases = [f"{suite['name']}.{case['name']}"
+                 for suite in json.loads(listing.read_text())["testsuites"] for case in suite["testsuite"]]
+        runs = [Run(program, case, self._time(program, f"--gtest_filter={case}")) for case in cases]
+        quick = [run for run in runs if run.seconds < 0.5]
+        together = Run(program, "".join(f"{run.cases}:" for run in quick), sum(run.seconds for run in quick))
+        return [together] * bool(quick) + [run for run in runs if run not in quick]
 
     def _time(self, program, option):
         begin = time.monotonic()
@@ -182,7 +183,7 @@ class Copy:
         with open(COPY / f"{log}.log", "w") as output:
             return subprocess.run(command, cwd=COPY, stdout=output, stderr=output).returncode == 0
 
-    def _passes(self, program, seconds, option):
+    def _passes(self, program, seconds, *options):
         """Runs a test program in an empty folder. A fault may make it run on, fill memory or fill the disk."""
         scratch = COPY / "scratch"
         shutil.rmtree(scratch, ignore_errors=True)
@@ -193,7 +194,7 @@ class Copy:
             resource.setrlimit(resource.RLIMIT_FSIZE, (1 << 30, 1 << 30))
             resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
 
-        command = [COPY / "build/tests" / program, "--gtest_brief=1", "--gtest_fail_fast", option]
+        command = [COPY / "build/tests" / program, "--gtest_brief=1", "--gtest_fail_fast", *options]
         with open(COPY / "test.log", "w") as output:
             process = subprocess.Popen(command, cwd=scratch, env={**os.environ, "TMPDIR": str(scratch)}, stdout=output,
                                        stderr=output, preexec_fn=limit, start_new_session=True)

@@ -253,7 +253,7 @@ void requireSafeMatrix(const std::string& key, const cv::FileNode& node)
     cv::read(node["dt"], type, std::string());
     // OpenCV decodes into an array of 64 pairs of count and symbol, and adds the counts up in an int.
     require(type.size() <= 4, "its dt is no element type; write u, c, w, s, i, f or d, as in f or 3f");
-    std::vector<int> sizes{-1, -1};
+    std::vector<int> sizes(2);
     cv::read(node["rows"], sizes[0], -1);
     cv::read(node["cols"], sizes[1], -1);
     if (sizes[0] < 0) {

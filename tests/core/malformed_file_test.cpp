@@ -131,7 +131,8 @@ TEST_F(MalformedFile, IsNoneThatIsMerelyOddOrLong)
                       "cp '" + dataFolder + "'/odd/* .; for f in *; do gzip <$f >$f.gz; " +
                           "sed 's/$/\\r/' $f >crlf-$f; cp $f $f-plain.gz; done; rm *.txt*");
     const int room = (1 << 20) - static_cast<int>(yaml.size());
-    write("large.yml", yaml + "[0" + repeat(",0", room / 2 - 4) + "]\n");
+    write("large.yml",
+          yaml + "[0" + repeat(",0", room / 2 - 4) + "]\n" + repeat("\n", 4 + room % 2)); // to the byte
     write("maps.yml",
           yaml + '\n' + repeat(" - { a: \"b\", c: [\n    1 ] }\n", 2000) +
               "distortion: { dt: \"511f\", rows: 0, cols: 0, data: [] }\n" + "projectionMatrix: { sizes: [" +
@@ -184,6 +185,7 @@ TEST_F(MalformedFile, IsOneNestedTooDeeply)
         expectOf("escapes.json", json, R"({"b":"\"}","a":)", "}");
         expectOf("texts.json", json, R"({"]}":"a","a":)", "}");
         expectOf("mixed.json", json, R"({"[":"]}","a":)", "}");
+        expectOf("closings.json", json, "[[1],", "]");
         expectOf("comments.json", json, "[ /* ] */ ", "]");
         expectOf("returns.json", json, "[ \r]\n ", "]");
         expectOf("quotes.xml", xml, "<a b='</a>'>", "</a>");
@@ -210,6 +212,15 @@ TEST_F(MalformedFile, IsOneThatIsNoFileOfLimitedSize)
     expectReport(path + "none.yml", "Failed to open file: \"" + path + "none.yml\".");
     expectReport(path + "bomb.yml.gz9?base64", "1 MiB"); // the name ends before the digit
     expectReport(path + "damaged.gz", "damaged");
+    expectReport("a", "Failed to open file: \"a\".");
+    expectReport(write("joined.yml", "%YAML:1.0\n---x\n"), "shares its line");
+    for (const auto& [columns, expected] :
+         {std::pair("1048576", "0 []"), std::pair("1048577", "larger than")}) {
+        expectReport(write("empty.yml",
+                           "%YAML:1.0\ncameraMatrix: { dt: f, rows: 0, cols: " + std::string(columns) +
+                               ", data: [] }\n"),
+                     expected);
+    }
     expectReport(write("large.json", '{' + repeat(" ", 1 << 20)), "1 MiB");
     expectReport(write("large.dat", repeat(" ", 1 << 21)), "OpenCV");
 }
