@@ -140,24 +140,32 @@ class Copy:
         return time.monotonic() - begin
 
     def try_out(self, fault):
-        """Runs the tests of the fault's part until one fails: quick ones first, before all those that killed
-        faults of the same file or folder. Each program is built when its turn comes."""
+        """Runs the tests of the fault's part until one fails, those first that promise to. Each program is built
+        when its turn comes."""
         self._put_in(fault)
-        places = fault.file, os.path.dirname(fault.file)
         runs = [run for program in self._programs_of([fault.area]) for run in self._runs[program]]
+        runs.sort(key=lambda run: self._turn(fault, run))
         built = set()
         try:
-            for run in sorted(runs, key=lambda run: (*(-self._kills[place, run] for place in places), run.seconds)):
+            for run in runs:
                 if run.program not in built and not self._build(run.program):
                     return Outcome("does not compile")
+                if not built and self._digest() == self._objects and self._changes_nothing():
+                    return Outcome("no difference")
                 built.add(run.program)
                 if not self._passes(run.program, 10 + 10 * run.seconds, f"--gtest_filter={run.cases}"):
-                    self._kills.update((place, run) for place in places)
+                    self._kills.update({(fault.file, run): 1, (os.path.dirname(fault.file), run): 1})
                     return Outcome("killed", run.name)
-            self._build(*self._programs_of(self._areas))  # the others too may hold another fault's objects
-            return Outcome("no difference" if self._digest() == self._objects else "SURVIVES")
+            return Outcome("no difference" if self._changes_nothing() else "SURVIVES")
         finally:
             self._put_in(fault._replace(end=fault.begin, new=""))
+
+    def _turn(self, fault, run):
+        """What killed faults of the file comes first, then what bears its name or that of its folder, then what
+        killed faults of the folder, then what is quick."""
+        folder, _ = os.path.split(fault.file)
+        is_namesake = re.search(r"\b" + run.program.split("_")[0], fault.file)
+        return -self._kills[fault.file, run], not is_namesake, -self._kills[folder, run], run.seconds
 
     def _put_in(self, fault):
         source = self._sources.setdefault(fault.file, (COPY / "source" / fault.file).read_text())
@@ -169,8 +177,12 @@ class Copy:
     def _build(self, *programs):
         return self._call("build", "cmake", "--build", "build", "--target", *programs)
 
+    def _changes_nothing(self):
+        """Whether the compiler makes what it made without the fault."""
+        self._build(*self._programs_of(self._areas))  # those not built yet may hold another fault's objects
+        return self._digest() == self._objects
+
     def _digest(self):
-        """Of what the compiler made. When it is that of the sources without a fault, the fault is none."""
         digest = hashlib.sha256()
         for path in sorted((COPY / "build").rglob("*.o")):
             digest.update(path.read_bytes())
