@@ -44,7 +44,7 @@ TEST_F(Tool, ExplainsItself)
 TEST_F(Tool, DrawsItsProgressOnATerminal)
 {
     const std::string begun = "rectifying 0/2\r\033\\[K";
-    const std::string half = "rectifying 1/2, [0-9.]+/s, [0-9]+ s left\r\033\\[K";
+    const std::string half = "rectifying 1/2, [0-9.]+/s, [0-9]{1,2} s left\r\033\\[K";
     run("script -qec \"'" STEREOVISION_TOOL
         "' rectify --left-calibration left.yml --right-calibration right.yml "
         "--left l.png none.png --right r.png none.png --output out\" /dev/null </dev/null",
