@@ -15,6 +15,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <regex>
 #include <string>
 
 namespace support {
@@ -73,6 +74,12 @@ protected:
     }
 
     std::string listOutput() const { return runShell(scratch.path(), "ls -A out").out; }
+
+    /// Matches a text that is a regular expression, with N for a number.
+    static testing::Matcher<std::string> isText(const std::string& pattern)
+    {
+        return testing::MatchesRegex(std::regex_replace(pattern, std::regex("N"), "-?[0-9.]+"));
+    }
 
     /// The number behind a label in the tool's output.
     static double valueOf(const std::string& label, const std::string& output)
