@@ -77,11 +77,16 @@ TEST_F(Check, HoldsDriftsOrDoesNotBelongOnRealPairs)
     const auto turned = json("seven/right.yml --right turned", 1);
     EXPECT_EQ(turned["verdict"], "drifted");
     EXPECT_NEAR(std::abs(turned["rotation"]["roll"].get<double>()), 0.2, within * 0.2);
-    for (const std::string moved : {"lowered", "turned"}) {
+    const std::pair<std::string, const char*> rows[] = {
+        {"lowered", "region: (([01].[0-9]+ px[, \n]+){3}){3}"},
+        {"turned",
+         "region: ((1|0.[5-9])[0-9.]* px, [0-9.]+ px, -?0.[0-5][0-9] px[ \n]+){3}"}, // falls to the right
+    };
+    for (const auto& [moved, regions] : rows) {
         run(check + "seven/right.yml --right " + moved + " --correct --output fixed --force",
             1,
             testing::_,
-            HasSubstr("wrote fixed/right.yml"));
+            AllOf(testing::ContainsRegex(regions), HasSubstr("wrote fixed/right.yml")));
         const auto fixed = nlohmann::json::parse(
             run("tool check --left l --right " + moved +
                     " --left-calibration fixed/left.yml --right-calibration fixed/right.yml --json",
