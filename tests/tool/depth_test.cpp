@@ -158,7 +158,7 @@ TEST_F(Depth, TellsOfEveryKindOfTrouble)
         {"depth --left l.png --right foreign.png", 0, "hardly anything is found in both images"},
         {"depth --left l.png --right dark.png", 0, "brightest pixel"},
         {"depth --left white.png --right white.png", 2, "as left and as right"},
-        {"plane --near 30m", 2, "nearest and the farthest"},
+        {"plane --near 30m", 0, "smaller --near"},
         {"plane --near 3m --far 30m", 0, "smaller --near"},
         {"plane --far 1m", 0, "larger --far"},
         {"plane --max-depth 1m", 0, "farther than the largest depth"},
@@ -170,6 +170,7 @@ TEST_F(Depth, TellsOfEveryKindOfTrouble)
     run(real + "--left '" + left01 + "' --right '" + right01 + "' --force",
         0,
         ""); // nothing is told of a good pair
+    run("tool depth --rectified --output out --left r.png --right l.png --min-disparity -30 --force", 0, "");
 }
 
 TEST_F(Depth, PrintsJsonAndKeepsParameters)

@@ -3,6 +3,7 @@
 
 #include <vision/toolkit/failure.h>
 
+#include <algorithm>
 #include <cmath>
 
 namespace vision::toolkit {
@@ -66,6 +67,13 @@ SearchRange chooseRange(const RangeSettings& range, const DisparitySpan& span, c
     }
     if (range.nearest) {
         chosen.highest = scale->disparityAt(*range.nearest);
+    }
+    // An end that is found gives way to one that is given.
+    if (!range.disparities && !range.nearest) {
+        chosen.highest = std::max(chosen.highest, chosen.lowest);
+    }
+    if (!range.minDisparity && !range.farthest) {
+        chosen.lowest = std::min(chosen.lowest, chosen.highest);
     }
     return toSearchRange(chosen, width);
 }

@@ -51,9 +51,9 @@ std::optional<DisparitySpan> findSpan(const RectifiedPair& pair, double lowestPo
     constexpr double lowRank = 0.005;
     constexpr double highRank = 0.998;
     constexpr double growth = 1.08;
-    constexpr double margin = 8; // px
 
     const int factor = findFactor(pair.left.cols);
+    const double margin = 2.0 * factor; // px
     const RectifiedPair smaller = shrink(pair, factor);
     MatcherSettings settings;
     settings.speckleWindow = 60; // so that a near thing counts if it is about 30 px wide at full size

@@ -95,10 +95,13 @@ Notes checkRows(const DepthPipeline& pipeline, const RawPair& raw, const RowOffs
 }
 
 /// What single points and the matches say about a pair.
-void addVerdict(const DepthPipeline& pipeline, const RawPair& raw, const PairDepth& depth, PairReport& report)
+void addVerdict(const DepthPipeline& pipeline, const RawPair& raw, const PairDepth& depth,
+                const RangeSettings& asked, PairReport& report)
 {
     const auto scale = findDepthScale(pipeline.rig(), depth.leftGrey.cols);
-    const double atInfinity = scale ? scale->atInfinity : 0;
+    // Where no calibration tells, whoever asks for negative disparities knows that the pair has them.
+    const double unlessScaled = asked.minDisparity ? std::min(depth.range.minDisparity, 0) : 0;
+    const double atInfinity = scale ? scale->atInfinity : unlessScaled;
     constexpr int enough = 120; // corners, to tell; half the time of what measuring takes
     const FeatureMatches features = matchFeatures(depth.leftGrey, depth.rightGrey, enough);
     report.rows = summariseRows(features, atInfinity);
@@ -168,7 +171,7 @@ private:
         report.hasDepth = !depth.points.empty();
         report.summary = summarise(depth);
         report.notes = depth.notes;
-        addVerdict(pipeline, raw, depth, report);
+        addVerdict(pipeline, raw, depth, _run.settings.range, report);
         const PictureScale scale = makeScale(_run, report.size, _span, _isSequence);
         const PairOutput output = writePairOutput(
             gatherResults(report, depth, pipeline, raw, _run.products), scale, _run.products, _folder);
