@@ -106,7 +106,8 @@ void printWindows(const Subjects& subjects, const std::string& title, Algorithm 
         if (algorithm > last) {
             break;
         }
-        for (int window = algorithm == Algorithm::Sgm ? 3 : smallestBlock; window <= 21; window += 2) {
+        const bool isSgm = algorithm == Algorithm::Sgm;
+        for (int window = isSgm ? 3 : smallestBlock; window <= (isSgm ? 11 : 21); window += 2) {
             MatcherSettings settings = makeSettings(algorithm);
             settings.window = window;
             printRow(

@@ -52,7 +52,7 @@ void dropFeatureless(cv::Mat& disparity, const cv::Mat& image)
     cv::Mat brightest;
     cv::erode(image, darkest, square);
     cv::dilate(image, brightest, square);
-    disparity.setTo(double{unmatched}, darkest == brightest);
+    disparity.setTo(std::numeric_limits<double>::infinity(), darkest == brightest);
 }
 
 } // namespace
@@ -73,7 +73,7 @@ void dropOutside(cv::Mat& disparity, const RectifiedPair& pair)
         }
     }
     if (!pair.leftValid.empty()) {
-        disparity.setTo(double{unmatched}, pair.leftValid == 0);
+        disparity.setTo(std::numeric_limits<double>::infinity(), pair.leftValid == 0);
     }
 }
 
