@@ -1,13 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "tool/tool_fixture.h"
 
-#include <vision/stereo.h>
+#include <vision/calibration.h>
 
 #include <nlohmann/json.hpp>
-#include <opencv2/calib3d.hpp>
-
-#include <algorithm>
-#include <vector>
 
 using namespace support;
 using testing::AllOf;
@@ -69,35 +65,6 @@ TEST_F(Calibrate, CalibratesTheRealPairs)
                                   "",
                                   HasSubstr("wrote out/left01-points.ply"));
     EXPECT_NEAR(valueOf("depth median ", depth), 0.6, 0.05);
-
-    // The depth image holds the squares in their size.
-    vision::Calibration leftCalibration;
-    leftCalibration.load(path("out/left.yml"));
-    vision::Stereo stereo;
-    stereo.setCalibrations(leftCalibration, calibration);
-    stereo.setDisparityNumber(160); // the board is near
-    const auto [rectifiedLeft, rectifiedRight] =
-        stereo.rectifyImages(cv::imread(path("images/left01.jpg"), cv::IMREAD_GRAYSCALE),
-                             cv::imread(path("images/right01.jpg"), cv::IMREAD_GRAYSCALE));
-    std::vector<cv::Point2f> corners;
-    ASSERT_TRUE(cv::findChessboardCorners(rectifiedLeft, {9, 6}, corners));
-    cv::cornerSubPix(rectifiedLeft, corners, {5, 5}, {-1, -1}, {cv::TermCriteria::EPS, 0, 0.01});
-    for (const auto algorithm : {vision::Stereo::BM, vision::Stereo::SGBM}) {
-        stereo.setStereoAlgorithm(algorithm);
-        const cv::Mat points = stereo.computeDepth(stereo.computeDisparity(rectifiedLeft, rectifiedRight));
-        std::vector<double> edges; // along the rows of the board
-        for (std::size_t i = 1; i < corners.size(); ++i) {
-            const auto from = points.at<cv::Vec3f>(corners[i - 1]);
-            const auto to = points.at<cv::Vec3f>(corners[i]);
-            if (i % 9 != 0 && from[2] > 0 && to[2] > 0) {
-                edges.push_back(cv::norm(to - from));
-            }
-        }
-        ASSERT_GT(edges.size(), 36U) << "of 48";
-        // The median: where the board's pattern repeats itself, single corners are matched to the wrong one.
-        std::sort(edges.begin(), edges.end());
-        EXPECT_NEAR(edges[edges.size() / 2], 0.025, 0.03 * 0.025) << algorithm;
-    }
 }
 
 TEST_F(Calibrate, SkipsPairsThatCannotBeUsed)
