@@ -71,4 +71,21 @@ TEST(DepthOracle, EveryBitIsThatOfTheOpenCvCalls)
     EXPECT_GT(std::min({kept, blanked, missing}), 10000); // each kind was really met
 }
 
+TEST(DepthOracle, IsThatOfTheCallsHalfwayBetweenTwoFloats)
+{
+    auto pair = makeCalibrations(98, 98);
+    for (const auto* calibration : {&pair.left, &pair.right}) {
+        calibration->projectionMatrix(cv::Rect(2, 0, 1, 2)) = -16777167 / 16777216.0;
+    }
+    pair.right.projectionMatrix.at<float>(0, 3) =
+        -pair.left.projectionMatrix.at<float>(0, 0); // W = disparity
+    OpenStereo stereo(pair);
+    stereo.setMaxDepth(1000);
+    const cv::Mat disparity(98, 98, CV_32FC1, cv::Scalar(49)); // a quotient at pixel 97 is rounded elsewhere
+    const cv::Mat expected =
+        oracle::depth(disparity, oracle::reprojection(pair, {98, 98}), 1000, stereo.getMinDisparity(), 98);
+    EXPECT_TRUE(areBitEqual(stereo.computeDepth(disparity), expected));
+    EXPECT_GT(expected.at<cv::Vec3f>(97, 97)[2], 0);
+}
+
 } // namespace
