@@ -214,13 +214,9 @@ TEST_F(MalformedFile, IsOneThatIsNoFileOfLimitedSize)
     expectReport(path + "damaged.gz", "damaged");
     expectReport("a", "Failed to open file: \"a\".");
     expectReport(write("joined.yml", "%YAML:1.0\n---x\n"), "shares its line");
-    for (const auto& [columns, expected] :
-         {std::pair("1048576", "0 []"), std::pair("1048577", "larger than")}) {
-        expectReport(write("empty.yml",
-                           "%YAML:1.0\ncameraMatrix: { dt: f, rows: 0, cols: " + std::string(columns) +
-                               ", data: [] }\n"),
-                     expected);
-    }
+    const std::string empty = "%YAML:1.0\ncameraMatrix: { dt: f, rows: 0, data: [], cols: ";
+    expectReport(write("empty.yml", empty + "1048576 }\n"), "0 []");
+    expectReport(write("empty.yml", empty + "1048577 }\n"), "larger than");
     expectReport(write("large.json", '{' + repeat(" ", 1 << 20)), "1 MiB");
     expectReport(write("large.dat", repeat(" ", 1 << 21)), "OpenCV");
 }

@@ -60,6 +60,7 @@ TEST(LogService, TakesLevelsFromTheEnvironmentAndWorksWithStaticObjects)
 
 TEST(LogService, NumbersItsLevelsAndNamesThemOnStderr)
 {
+    tarn::log::setSink({}); // brings back the default
     testing::internal::CaptureStderr();
     for (int level = 0; level <= 7; ++level) {
         tarn::log::log(static_cast<LogLevel>(level), addCategory("named"), std::to_string(level), "", "f", 0);
