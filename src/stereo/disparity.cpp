@@ -48,14 +48,15 @@ void setScaled(Matcher& matcher, const ScaledParameters& scaled)
     matcher.setSpeckleRange(scaled.speckleRange);
 }
 
-/// Tells how many more columns the semi-global matcher needs. It sums up blocks over the columns where the
-/// whole range can be searched; if there are some, but no more than half a block, it reads past its buffers.
+/// Tells how many more columns the semi-global matcher needs, if above zero. It sums up blocks over the columns
+/// where the whole range can be searched; if there are some, but no more than half a block, it reads past its
+/// buffers.
 int countMissingColumns(const ScaledParameters& scaled, int width)
 {
     const int maxDisparity = scaled.minDisparity + scaled.disparityNumber;
     const int searched = width + std::min(scaled.minDisparity, 0) - std::max(maxDisparity, 0);
     const int halfBlock = (scaled.blockSize > 0 ? scaled.blockSize : 5) / 2; // as the matcher does
-    return searched > 0 ? std::max(halfBlock + 1 - searched, 0) : 0;
+    return searched > 0 ? halfBlock + 1 - searched : 0;
 }
 
 /// Repeats the last column. Where the image is a part of a larger one, it gets no pixels of that.
