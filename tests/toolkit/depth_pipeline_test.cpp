@@ -63,9 +63,6 @@ TEST_F(DepthOf, APlaneIsRightAtAnySizeWithAnyAlgorithmAndRange)
     const double focalLength = 500; // of the projection matrices, px
     const RangeSettings automatic, lengths{1.1, 2.5, {}, {}}, farthest{{}, 2.2, {}, {}},
         pixels{{}, {}, 20, 64};
-    const auto searched = [&](const RangeSettings& range, double factor) {
-        return compute({{}, range, {}, false}, factor).range;
-    };
     for (const Algorithm algorithm : {Algorithm::Bm, Algorithm::Sgbm, Algorithm::Sgm}) {
         for (const double factor : {1.0, 0.5, 0.25}) {
             for (const RangeSettings& range : {automatic, lengths, farthest, pixels}) {
@@ -90,15 +87,25 @@ TEST_F(DepthOf, APlaneIsRightAtAnySizeWithAnyAlgorithmAndRange)
                 EXPECT_LT(summarise(depth).beyondPercent, 1);
                 EXPECT_GT(right, 0.75 * static_cast<double>(depth.points.total()));
             }
-            // What is asked for is searched in the images as they are.
-            EXPECT_LE(searched(pixels, factor).minDisparity, 20 * factor);
-            EXPECT_GE(searched(pixels, factor).maxDisparity(), 83 * factor - 1);
             const auto scale = findDepthScale(rig, cvRound(fullSize.width * factor));
             EXPECT_NEAR(scale->focalLength, focalLength * factor, 1e-3);
-            EXPECT_LE(searched(lengths, factor).minDisparity, scale->disparityAt(2.5));
-            EXPECT_GE(searched(lengths, factor).maxDisparity(), scale->disparityAt(1.1) - 1);
+            const SearchRange searched = compute({{}, lengths, {}, false}, factor).range;
+            EXPECT_LE(searched.minDisparity, scale->disparityAt(2.5));
+            EXPECT_GE(searched.maxDisparity(), scale->disparityAt(1.1) - 1);
         }
     }
+}
+
+TEST_F(DepthOf, PixelsThatAreGivenAreThoseOfTheCalibration)
+{
+    const MatcherSettings given{Algorithm::Bm, 21, {}, {}, 5, 31, 25, 400, 8, {}};
+    const MatcherSettings halved{Algorithm::Bm, 11, {}, {}, 5, 31, 13, 100, 4, {}};
+    const RawPair half = resize(raw, 0.5);
+    const auto computeHalf = [&](const cv::Size& size, const DepthSettings& settings) {
+        return DepthPipeline(makeRectifiedRig(size, {}), settings).compute(toEightBits(half)).disparity;
+    };
+    EXPECT_TRUE(areBitEqual(computeHalf(fullSize, {given, {{}, {}, 20, 64}, {}, false}),
+                            computeHalf(fullSize / 2, {halved, {{}, {}, 10, 32}, {}, false})));
 }
 
 TEST_F(DepthOf, PlainIsWhatTheMethodsOfStereoGive)

@@ -53,10 +53,12 @@ TEST(Matcher, FindsEveryPixelThatTheOtherImageShows)
 {
     const cv::Size size(320, 120);
     for (const Algorithm algorithm : algorithms) {
-        for (const double disparity : {20.0, 47.5, -13.25, 0.0}) {
-            const SearchRange range{static_cast<int>(disparity) - 12, 32};
+        for (const auto& [disparity, from] :
+             {std::pair(20.0, 8), {47.5, 35}, {-13.25, -25}, {0.0, -31}, {40.0, 9}, {40.0, 40}}) {
+            const SearchRange range{from, 32};
             const Matches matches = match(plane(size, disparity), range, settingsFor(algorithm));
-            SCOPED_TRACE(testing::Message() << static_cast<int>(algorithm) << ", " << disparity);
+            SCOPED_TRACE(testing::Message()
+                         << static_cast<int>(algorithm) << ", " << disparity << ", " << from);
             const int first = static_cast<int>(std::floor(std::max(disparity, 0.0)));
             const int last = size.width + static_cast<int>(std::ceil(std::min(disparity, 0.0)));
             const cv::Mat shown = matches.disparity.colRange(first, last);
