@@ -21,8 +21,8 @@ namespace {
 
 using tool::ExitCode;
 
-/// Every pair needs the same images again. Left alone, the C library gives each back to the system, which then
-/// clears every page anew: a twentieth of the time of a sequence.
+/// Every pair needs the same images again. Left alone, the C library gives each back to the system, which
+/// then clears every page anew: a twentieth of the time of a sequence.
 void keepFreedMemory()
 {
 #if defined(__GLIBC__)
@@ -91,7 +91,7 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
 
 int main(int argc, char** argv)
 {
-    // Some decoders of OpenCV complain on std::cerr; the user gets one message of ours, through stderr itself.
+    // Some decoders of OpenCV complain on std::cerr; the user gets one message of ours, written to stderr.
     std::cerr.rdbuf(nullptr);
     keepFreedMemory();
     tool::Console console;
