@@ -48,9 +48,9 @@ void setScaled(Matcher& matcher, const ScaledParameters& scaled)
     matcher.setSpeckleRange(scaled.speckleRange);
 }
 
-/// Tells how many more columns the semi-global matcher needs, if above zero. It sums up blocks over the columns
-/// where the whole range can be searched; if there are some, but no more than half a block, it reads past its
-/// buffers.
+/// Tells how many more columns the semi-global matcher needs, if above zero. It sums up blocks over the
+/// columns where the whole range can be searched; if there are some, but no more than half a block, it reads
+/// past its buffers.
 int countMissingColumns(const ScaledParameters& scaled, int width)
 {
     const int maxDisparity = scaled.minDisparity + scaled.disparityNumber;
