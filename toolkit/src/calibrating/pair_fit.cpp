@@ -1,9 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/calibrating/pair_fit.h>
 
+#include "calibrating/observations.h"
+
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>
 
+#include <cmath>
 #include <limits>
 
 namespace vision::toolkit {
@@ -82,6 +85,20 @@ CameraFit fitCamera(const std::vector<BoardPoints>& boards, const std::vector<Co
     return camera;
 }
 
+/// By what OpenCV's standard deviations must be multiplied, so that they take each point for one observation
+/// whatever the version.
+double findWidening(const std::vector<BoardPoints>& boards, const LensModel& lens)
+{
+    static const int perPoint = countObservationsPerPoint();
+    const int fixed = (lens.coefficients > 4 && lens.fixK3 ? 1 : 0) + (lens.fixTangential ? 2 : 0);
+    const double parameters = 4 + lens.coefficients - fixed + 6.0 * static_cast<double>(boards.size());
+    double points = 0;
+    for (const BoardPoints& board : boards) {
+        points += static_cast<double>(board.size());
+    }
+    return std::sqrt((perPoint * points - parameters) / (points - parameters));
+}
+
 CameraDeviation findDeviation(const std::vector<BoardPoints>& boards, const std::vector<Corners>& corners,
                               const cv::Size& imageSize, const LensModel& lens, const CameraFit& start)
 {
@@ -104,6 +121,7 @@ CameraDeviation findDeviation(const std::vector<BoardPoints>& boards, const std:
                         errors,
                         flagsOf(lens) | cv::CALIB_USE_INTRINSIC_GUESS,
                         stopOf(&start));
+    intrinsic *= findWidening(boards, lens);
     const auto* values = intrinsic.ptr<double>();
     return {values[0], values[1], values[2], values[3]};
 }

@@ -48,7 +48,8 @@ VISION_TOOLKIT_EXPORT PairFit fitPair(const std::vector<const BoardView*>& views
                                       const Board& board, const LensModel& lens,
                                       const PairFit* start = nullptr);
 
-/// Standard deviations of a camera's parameters, px. They take the residuals for independent.
+/// Standard deviations of a camera's parameters, px. They take the residuals of different points for
+/// independent, those of one point in x and y for one observation.
 struct CameraDeviation
 {
     double focalLengthX;
