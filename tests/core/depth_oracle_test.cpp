@@ -17,12 +17,12 @@ namespace {
 cv::Mat randomMatrix(cv::RNG& random, const cv::Size& size, double oddProbability)
 {
     constexpr float odd[] = {NAN, -NAN, INFINITY, -INFINITY, FLT_MAX, -FLT_MAX, FLT_MIN, 1e-42f, 0, -0.0f};
-    cv::Mat_<float> matrix(size);
-    for (float& value : matrix) {
+    cv::Mat matrix(size, CV_32FC1);
+    for (float& value : cv::Mat_<float>(matrix)) {
         const bool isOdd = random.uniform(0.0, 1.0) < oddProbability;
         value = isOdd ? odd[random.uniform(0, 10)] : static_cast<float>(random.uniform(-300.0, 300.0));
     }
-    return std::move(matrix);
+    return matrix;
 }
 
 TEST(DepthOracle, EveryBitIsThatOfTheOpenCvCalls)

@@ -1,5 +1,6 @@
 # SPDX-License-Identifier: Apache-2.0
-# Usage: cmake -DCASE=... -DSOURCE_DIR=... -DBUILD_DIR=... -DWORK_DIR=... -DLIBRARY=... -DCXX=... -DFLAGS=... -P
+# Usage: cmake -DCASE=... -DSOURCE_DIR=... -DBUILD_DIR=... -DWORK_DIR=... -DLIBRARY=... -DCXX=... -DFLAGS=...
+#     -DNM=... -DREADELF=... -P
 # Checks what users of the installed library get. CASE: bundled, static, host1 and host2
 # (variants of the fake host), hostless, symbols.
 cmake_minimum_required(VERSION 3.22)
@@ -104,7 +105,7 @@ function(test_hostless)
 endfunction()
 
 function(test_symbols)
-    execute_process(COMMAND nm -DC --defined-only ${LIBRARY} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND ${NM} -DC --defined-only ${LIBRARY} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
     string(REGEX MATCHALL "[^\n]+" symbols "${symbols}")
     list(FILTER symbols EXCLUDE REGEX " [A-Z] ((typeinfo|typeinfo name|vtable) for )?vision::(Calibration|Stereo)(::|$)")
     # Weak ones come with the headers of others; the linker makes the three names.
@@ -112,7 +113,7 @@ function(test_symbols)
     if(symbols)
         message(SEND_ERROR "Exported without being public: ${symbols}")
     endif()
-    execute_process(COMMAND readelf -d ${LIBRARY} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
+    execute_process(COMMAND ${READELF} -d ${LIBRARY} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
     string(REGEX MATCHALL "NEEDED[^\n]+" needed "${dynamic}")
     list(FILTER needed EXCLUDE REGEX
         "\\[lib(opencv_(core|imgproc|calib3d)|tarn_log|z|stdc\\+\\+|m|gcc_s|c|asan|ubsan|tsan)[.]so")

@@ -36,7 +36,7 @@ Table readTable(const std::string& file, char separator)
     return table;
 }
 
-const std::vector<double>& take(const Table& table, const std::string& file, const std::string& key,
+const std::vector<double>& take(const Table& table, const std::string& file, const char* key,
                                 std::size_t count)
 {
     const auto found = table.find(key);
