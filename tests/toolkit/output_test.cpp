@@ -2,6 +2,7 @@
 #include "support/matrices.h"
 #include "support/scratch_folder.h"
 
+#include <vision/toolkit/calibration/pair_file.h>
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/ground/input_files.h>
 #include <vision/toolkit/output/depth_formats.h>
@@ -231,6 +232,16 @@ TEST_F(Output, BringsBackWhatIsOverwrittenWhenALaterFileFails)
         EXPECT_TRUE(std::ifstream(path("kept/old")) >> text && text == "precious");
     }
     hasLinks = true;
+}
+
+TEST_F(Output, RefusesCalibrationsThatAreReadBackOtherwise)
+{
+    vision::Calibration calibration;
+    calibration.cameraMatrix = cv::Mat(3, 3, CV_32F, cv::Scalar(NAN)); // which equals nothing
+    const OutputFolder output(path("out"), false);
+    OutputFiles files(output);
+    EXPECT_THAT([&] { saveCalibration(calibration, "left.yml", files); },
+                testing::ThrowsMessage<Failure>(HasSubstr("left.yml: cannot write the file in full")));
 }
 
 TEST_F(Output, RefusesDepthsThatAreNotKnown)
