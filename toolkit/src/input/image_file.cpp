@@ -57,14 +57,12 @@ bool startsWith(const Bytes& bytes, std::string_view signature)
 bool isWholeJpeg(const Bytes& bytes)
 {
     constexpr unsigned char endOfImage = 0xD9;
-    constexpr unsigned char startOfScan = 0xDA;
     const auto isPartOfScan = [](unsigned char code) { return code == 0 || (0xD0 <= code && code <= 0xD7); };
 
-    bool isInScan = false;
     std::size_t at = 2; // behind the start of the image
     while (at + 1 < bytes.size()) {
         const unsigned char code = bytes[at + 1];
-        if (bytes[at] != 0xFF || code == 0xFF || (isInScan && isPartOfScan(code))) {
+        if (bytes[at] != 0xFF || code == 0xFF || isPartOfScan(code)) {
             ++at;
             continue;
         }
@@ -74,7 +72,6 @@ bool isWholeJpeg(const Bytes& bytes)
         if (at + 3 >= bytes.size()) {
             return false;
         }
-        isInScan = code == startOfScan;
         at += 2 + (std::size_t{bytes[at + 2]} << 8 | bytes[at + 3]);
     }
     return false;
