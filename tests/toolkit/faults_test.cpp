@@ -45,6 +45,7 @@ TEST(CalibrationFaults, AreNamedOneByOne)
         {[](auto& c) { c.cameraMatrix.template at<float>(0, 2) = NAN; }, "camera-matrix "},
         {[](auto& c) { c.projectionMatrix = cv::Mat_<double>(c.projectionMatrix); }, "projection-matrix "},
         {[](auto& c) { c.projectionMatrix = cv::Mat::eye(3, 3, CV_32F); }, "projection-matrix "},
+        {[](auto& c) { c.projectionMatrix.template at<float>(2, 3) = 1; }, "projection-matrix "},
         {[](auto& c) { c.rectificationMatrix *= 1.01; }, "no-rotation "},
         {[](auto& c) { c.rectificationMatrix *= -1; }, "no-rotation "},
         {[](auto& c) { c.rectificationMatrix = cv::Mat::eye(2, 3, CV_32F); }, "no-rotation "},
