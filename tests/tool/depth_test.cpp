@@ -111,13 +111,13 @@ TEST_F(Depth, WritesTheSameDepthToAllFiles)
         EXPECT_EQ(bgr[2] > bgr[0], isNear);
     }
     // The principal point is in the middle unless it is given.
-    run("camera() { tool depth --rectified --left l.png --right r.png --focal 300 --baseline 0.1 --output "
-        "$@; };"
+    run("camera() { tool depth --rectified --left l.png --right r.png --focal 300 --baseline 0.1 --quiet "
+        "--output $@; };"
         "camera middle; camera cx --cx 159.5; camera cy --cy 119.5; camera other --cx 160 --cy 120;"
         "cp other/l-points.ply out; for i in cx cy other; do cmp middle/l-points.ply $i/l-points.ply; done",
         1,
-        HasSubstr("colour"),
-        HasSubstr("other/l-points.ply differ"));
+        "",
+        testing::StartsWith("middle/l-points.ply other/l-points.ply differ"));
     EXPECT_EQ(readFile(path("out/l-points.ply")), ply);
 }
 

@@ -59,4 +59,20 @@ TEST(BoardInImages, IsFoundInImagesOfAnySize)
     EXPECT_TRUE(findBoard(makeBoardImage({640, 480}, 40).first, makeBoard({8, 6}), Effort::Thorough).empty());
 }
 
+TEST(BoardInImages, HasItsCirclesWhereTheyAreInLargeImages)
+{
+    cv::Mat image(1500, 2000, CV_8UC1, cv::Scalar(255)); // searched in smaller copies
+    Corners expected;
+    for (int i = 0; i < 5 * 4; ++i) {
+        expected.emplace_back(cv::Point(400 + 300 * (i % 5), 300 + 300 * (i / 5)));
+        cv::circle(image, expected.back(), 80, 0, cv::FILLED, cv::LINE_AA);
+    }
+    Board board = makeBoard({5, 4});
+    board.pattern = Pattern::Circles;
+    const Corners found = findBoard(image, board, Effort::Usual).corners;
+    ASSERT_EQ(found.size(), expected.size());
+    EXPECT_NEAR(cv::mean(found)[0], cv::mean(expected)[0], 0.2);
+    EXPECT_NEAR(cv::mean(found)[1], cv::mean(expected)[1], 0.2);
+}
+
 } // namespace
