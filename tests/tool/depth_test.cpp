@@ -181,7 +181,7 @@ TEST_F(Depth, PrintsJsonAndKeepsParameters)
         AllOf(HasSubstr(R"({"name":"l","matched":0.)"),
               HasSubstr(R"("median":1.5,)"),
               HasSubstr(R"("notes":[],"files":["out/l-disparity.pfm"]})")));
-    run("cat p.json", 0, "", HasSubstr(R"("window": 9)"));
+    run("cat p.json", 0, "", AllOf(HasSubstr(R"("window": 9)"), HasSubstr(R"("algorithm": "bm")")));
     run("plane --force --params p.json; cat out/l-disparity.pfm | md5sum >one", 0, "");
     run("plane --force --algorithm bm --window 9 --near 1 --write disparity-pfm --quiet; md5sum "
         "<out/l-disparity.pfm | "

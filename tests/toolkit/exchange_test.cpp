@@ -125,7 +125,7 @@ TEST_F(Exchange, RectifiedDataSetsKeepTheirGeometry)
     EXPECT_EQ(cv::Size(pair.left.width, pair.left.height), cv::Size(2964, 1988));
     EXPECT_FLOAT_EQ(pair.right.projectionMatrix.at<float>(0, 2), 1369.115f);
     EXPECT_NEAR(-pair.right.projectionMatrix.at<float>(0, 3) / 3979.911, 0.193001, 1e-6);
-    const CalibrationPair road = readForeign({write("kitti.txt", kitti)}, {cv::Size(1241, 376), 1});
+    const CalibrationPair road = readForeign({write("kitti.txt", kitti)}, {cv::Size(1241, 376), {}});
     EXPECT_FLOAT_EQ(road.right.projectionMatrix.at<float>(0, 3), -386.1448f);
 }
 
@@ -157,6 +157,10 @@ TEST_F(Exchange, OpenCvSampleTakesItsUnit)
     EXPECT_EQ(cv::norm(read.left.cameraMatrix, pair.left.cameraMatrix), 0);
     EXPECT_FLOAT_EQ(read.right.projectionMatrix.at<float>(0, 3), -500 * support::baseline * 0.025f);
     EXPECT_THAT(complaintOf({intrinsics, extrinsics}), HasSubstr("--size"));
+    EXPECT_THAT(complaintOf({write("1.txt", middlebury)}, {{}, 1}), HasSubstr("--unit does nothing"));
+    EXPECT_THAT(complaintOf({write("1.txt", middlebury)}, {cv::Size(2, 1), {}}),
+                HasSubstr("--size does nothing"));
+    EXPECT_THAT(complaintOf({intrinsics, extrinsics}, {cv::Size(640, 480), {}}), HasSubstr("--unit"));
     EXPECT_THAT(complaintOf({intrinsics, intrinsics}, {cv::Size(640, 480), 1}),
                 HasSubstr("lacks a usable matrix R1"));
 }

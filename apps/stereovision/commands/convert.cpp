@@ -9,6 +9,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,7 +30,7 @@ struct ConvertOptions
 {
     std::vector<std::string> files;
     std::vector<int> size;
-    double metresPerUnit = 1;
+    std::optional<double> metresPerUnit;
     Target target = Target::Own;
     OutputOptions output;
 };
@@ -97,7 +98,7 @@ Command addConvert(CLI::App& program)
         ->type_name("WIDTHxHEIGHT");
     takeLength(app->add_option("--unit",
                                options->metresPerUnit,
-                               "Length of one unit, of OpenCV's stereo sample the edge of a square; 1m"),
+                               "Of OpenCV's stereo sample: the length of its unit, the edge of a square"),
                Unit::MetresByDefault);
     addOutputOptions(*app, "the converted files", options->output);
     app->footer(

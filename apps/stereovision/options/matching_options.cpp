@@ -73,10 +73,13 @@ void addMatchingOptions(CLI::App& app, MatchingOptions& options)
     constexpr const char* group = "Matching";
     const std::map<std::string, Algorithm> algorithms{
         {"bm", Algorithm::Bm}, {"sgbm", Algorithm::Sgbm}, {"sgm", Algorithm::Sgm}};
-    app.add_option("--algorithm",
-                   options.settings.algorithm,
-                   "bm: blocks, fast; sgbm: blocks with another cost; sgm: semi-global, the most accurate")
-        ->transform(CLI::CheckedTransformer(algorithms).description("bm, sgbm or sgm"))
+    app.add_option_function<std::string>(
+           "--algorithm",
+           [&options, algorithms](const std::string& name) {
+               options.settings.algorithm = algorithms.at(name);
+           },
+           "bm: blocks, fast; sgbm: blocks with another cost; sgm: semi-global, the most accurate")
+        ->check(CLI::IsMember(algorithms).description("bm, sgbm or sgm")) // the name stays for --save-params
         ->default_str("sgm")
         ->type_name("NAME")
         ->group(group);

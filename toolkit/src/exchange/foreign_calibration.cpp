@@ -73,6 +73,19 @@ CalibrationPair readAny(const std::vector<std::string>& files, CalibrationFormat
     return readKitti(files[0], details);
 }
 
+/// What a file says itself cannot be given otherwise.
+void requireUse(const std::string& file, CalibrationFormat format, const ForeignDetails& details)
+{
+    const bool takesUnit = format == CalibrationFormat::OpenCvStereo;
+    const bool takesSize = takesUnit || format == CalibrationFormat::Kitti;
+    if (details.imageSize && !takesSize) {
+        throw Failure("--size does nothing here: " + file + " holds it; 'stereovision scale' changes it");
+    }
+    if (details.metresPerUnit && !takesUnit) {
+        throw Failure("--unit does nothing here: the lengths of " + file + " are in a unit that is known");
+    }
+}
+
 } // namespace
 
 std::string nameOf(CalibrationFormat format)
@@ -128,6 +141,7 @@ CalibrationPair readForeign(const std::vector<std::string>& files, const Foreign
                       ": cannot be read or is no known calibration: this program's own, camera_info of "
                       "ROS, OpenCV's stereo sample, Kalibr, Middlebury or KITTI");
     }
+    requireUse(files.front(), *format, details);
     return requirePair(readAny(files, *format, details), files.front());
 }
 

@@ -39,6 +39,11 @@ CalibrationPair readOpenCvStereo(const std::vector<std::string>& files, const Fo
         throw Failure(files.front() +
                       ": does not hold the size of the images; give it with --size, such as 640x480");
     }
+    if (!details.metresPerUnit) {
+        throw Failure(files.front() +
+                      ": does not say in what its lengths are; give the edge of a square as the "
+                      "sample was given it, or the unit, with --unit, such as 25mm or 1m");
+    }
     std::vector<cv::FileStorage> storages;
     storages.reserve(files.size());
     for (const std::string& file : files) {
@@ -56,7 +61,7 @@ CalibrationPair readOpenCvStereo(const std::vector<std::string>& files, const Fo
         record.rectificationMatrix = readMatrix(storages, files, keys[camera][2], 3, 3);
         record.projectionMatrix = readMatrix(storages, files, keys[camera][3], 3, 4);
         for (int row = 0; row < 2; ++row) {
-            record.projectionMatrix.at<float>(row, 3) *= static_cast<float>(details.metresPerUnit);
+            record.projectionMatrix.at<float>(row, 3) *= static_cast<float>(*details.metresPerUnit);
         }
     }
     return pair;

@@ -35,14 +35,15 @@ VISION_TOOLKIT_EXPORT std::optional<CalibrationFormat> identify(const std::strin
 /// What files do not say.
 struct ForeignDetails
 {
-    std::optional<cv::Size> imageSize; ///< px; OpenCvStereo and Kitti do not hold it
-    double metresPerUnit = 1;          ///< OpenCvStereo: its lengths are in the unit of the square's size
+    std::optional<cv::Size> imageSize;   ///< px; OpenCvStereo and Kitti do not hold it
+    std::optional<double> metresPerUnit; ///< OpenCvStereo: its lengths are in the unit of the square's size
 };
 
 /// Reads the calibrations of both cameras from one or two files of any format, the left camera's first.
 ///
 /// Lengths become metres. What is not rectified yet is rectified with zero disparity at infinity and only
 /// valid pixels.
+/// @param details what the format does not hold, and nothing else
 /// @throws Failure naming the file when it is of no known format, lacks something, or holds what the record
 ///         cannot (fisheye, equidistant and omnidirectional models), or when the cameras do not stand side by
 ///         side
