@@ -90,7 +90,6 @@ void Console::drawProgress()
 {
     if (!_progress.empty()) {
         std::fprintf(stderr, "%s", _progress.c_str());
-        std::fflush(stderr);
     }
 }
 
@@ -98,7 +97,6 @@ void Console::eraseProgress()
 {
     if (!_progress.empty()) {
         std::fprintf(stderr, "\r\033[K"); // back to the first column, erase the line
-        std::fflush(stderr);
     }
 }
 
