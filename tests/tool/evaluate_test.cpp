@@ -33,7 +33,7 @@ TEST_F(Evaluate, TellsTheSameInWordsAndJson)
         "",
         AllOf(HasSubstr("density: 100.00 %\n"),
               HasSubstr("bad-1: 50.00 % of matched, 50.00 % of all\n"),
-              HasSubstr("average: 2.375 px\n"),
+              HasSubstr("average: 2.375 px\nrms: 2.878 px\n"),
               HasSubstr("wrote deep/er/error.png\n")));
     EXPECT_FALSE(cv::imread(path("deep/er/error.png")).empty());
     cv::imwrite(path("nothing.tiff"), cv::Mat(1, 5, CV_32F, cv::Scalar(0)));
