@@ -299,6 +299,7 @@ TEST_F(Depth, SaysWhatToChangeAndWritesNothing)
         {"tool depth --rectified --left l.png --right r.png --output out --focal 300", "--baseline"},
         {"tool depth --rectified --left l.png --right r.png --output out --write points-ply", "--focal"},
         {"tool depth --rectified --left l.png --right r.png", "--output"},
+        {"tool depth --rectified --left text.yml --right r.png --output out", "text.yml: "},
         {"depth --left l.png l.png --right r.png r.png", "would both write"},
         {"depth --left 'none*.png' --right r.png", "none*.png: no file matches"},
         {"OUTPUT=r.png plane", "r.png: "},
