@@ -20,7 +20,7 @@ row offset by region: N px, N px, N px
                       N px, N px, N px
                       N px, N px, N px
 rotation of the right camera: pitch N \+- N, yaw N \+- N, roll N \+- N degrees \(yaw is poorly seen .*
-square: (0.99|1.00)[0-9]+ \+- 0.00[0-9]+ of the given one, triangulated, in 6 pairs
+square: (0.99|1.00)[0-9]{2} \+- 0.00[0-9]{2} of the given one, triangulated, in 6 pairs
 plane of the board: rms [12].[0-9]+ mm, absolute error -?[01].[0-9]+ mm, fill rate [56][0-9].[0-9] %
 )";
 
