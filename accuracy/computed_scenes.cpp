@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "test_pairs.h"
 
-#include <vision/toolkit/input/image_file.h>
+#include <vision/toolkit/input/images.h>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>

@@ -3,7 +3,7 @@
 #include "measures.h"
 #include "test_pairs.h"
 
-#include <vision/toolkit/text.h>
+#include <fmt/format.h>
 
 #include <array>
 #include <exception>
@@ -14,7 +14,6 @@ namespace {
 
 using namespace accuracy;
 using vision::toolkit::Algorithm;
-using vision::toolkit::formatFixed;
 using vision::toolkit::MatcherSettings;
 using vision::toolkit::SearchRange;
 
@@ -46,14 +45,14 @@ MatcherSettings makeSettings(Algorithm algorithm)
 
 std::string formatTruth(const Score& score)
 {
-    return formatFixed(score.density, 3) + " | " + formatFixed(score.bad, 3) + " | " +
-           formatFixed(score.average, 2);
+    return fmt::format("{:.3f}", score.density) + " | " + fmt::format("{:.3f}", score.bad) + " | " +
+           fmt::format("{:.2f}", score.average);
 }
 
 std::string formatCorners(const Score& score)
 {
     return std::to_string(score.corners) + " | " + std::to_string(score.off) + " | " +
-           formatFixed(100 * score.matched, 1);
+           fmt::format("{:.1f}", 100 * score.matched);
 }
 
 void printHead(const std::string& title, const std::string& first)
@@ -87,11 +86,11 @@ void printSteps(const Subjects& subjects)
     printRow("`Stereo`, SGBM, window 11", subjects, core, true);
     for (const auto& [algorithm, name] : algorithms) {
         MatcherSettings settings = makeSettings(algorithm);
-        settings.fullWidth = settings.bothWays = false;
+        settings.fullWidth = settings.leftRightCheck = false;
         printRow(std::string(name) + ", range from the images", subjects, settings);
         settings.fullWidth = true;
         printRow(std::string(name) + ", and full width", subjects, settings);
-        settings.bothWays = true;
+        settings.leftRightCheck = true;
         printRow(std::string(name) + ", and both ways: **default**", subjects, settings);
         settings.dense = true;
         printRow(std::string(name) + ", and dense", subjects, settings);
@@ -164,8 +163,8 @@ void printSizeEffects(const Subjects& subjects, const Subjects& half, const Subj
         for (const Subjects* smaller : {&half, &quarter}) {
             const auto disparities = matchAll(smaller->boards.set, smaller->boards.ranges, settings, false);
             const SizeEffect effect = compareSizes(full, disparities);
-            std::cout << " | " << formatFixed(100 * effect.perPixel, 1) << " | "
-                      << formatFixed(100 * effect.ofAll, 1);
+            std::cout << " | " << fmt::format("{:.1f}", 100 * effect.perPixel) << " | "
+                      << fmt::format("{:.1f}", 100 * effect.ofAll);
         }
         std::cout << " |\n";
     }

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "measures.h"
 
+#include "base/sampling.h"
+
 #include <vision/toolkit/depth/depth_pipeline.h>
-#include <vision/toolkit/ground/evaluation.h>
+#include <vision/toolkit/evaluation/evaluation.h>
 #include <vision/toolkit/matching/matcher.h>
 
 #include <opencv2/core.hpp>
@@ -69,13 +71,13 @@ double findMedian(const cv::Mat& disparity, const cv::Mat& mask)
 std::vector<SearchRange> findRanges(const TestSet& set)
 {
     constexpr double atInfinity = 0;
-    std::vector<DisparitySpan> spans;
+    std::vector<DisparityRange> spans;
     for (const TestPair& pair : set.pairs) {
-        spans.push_back(findSpan(pair.images, atInfinity).value());
+        spans.push_back(findDisparityRange(pair.images, atInfinity).value());
     }
     if (set.isSequence) {
-        std::vector<DisparitySpan> samples;
-        for (const std::size_t i : sampleEvenly(spans.size())) {
+        std::vector<DisparityRange> samples;
+        for (const std::size_t i : sampleEvenly(spans.size(), 9)) {
             samples.push_back(spans[i]);
         }
         spans.assign(spans.size(), join(samples).value());

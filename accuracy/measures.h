@@ -5,8 +5,8 @@
 
 #include "test_pairs.h"
 
+#include <vision/toolkit/matching/matcher.h>
 #include <vision/toolkit/matching/search_range.h>
-#include <vision/toolkit/matching/settings.h>
 
 #include <vector>
 

@@ -2,10 +2,10 @@
 #include "test_pairs.h"
 
 #include <vision/stereo.h>
-#include <vision/toolkit/calibrating/board_search.h>
-#include <vision/toolkit/calibrating/calibration_report.h>
-#include <vision/toolkit/ground/input_files.h>
-#include <vision/toolkit/input/image_pair.h>
+#include <vision/toolkit/board/board_search.h>
+#include <vision/toolkit/calibration/calibration_report.h>
+#include <vision/toolkit/evaluation/evaluation.h>
+#include <vision/toolkit/input/images.h>
 #include <vision/toolkit/input/pair_sequence.h>
 
 #include <opencv2/calib3d.hpp>

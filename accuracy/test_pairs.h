@@ -3,7 +3,7 @@
 #ifndef ACCURACY_TEST_PAIRS_H
 #define ACCURACY_TEST_PAIRS_H
 
-#include <vision/toolkit/matching/rectified_pair.h>
+#include <vision/toolkit/matching/matcher.h>
 
 #include <opencv2/core/mat.hpp>
 #include <opencv2/core/types.hpp>

@@ -5,8 +5,8 @@
 /// from COUNT random halves of the 13 pairs and prints a table.
 #include "support/printed_board.h"
 
-#include <vision/toolkit/calibrating/board_search.h>
-#include <vision/toolkit/calibrating/calibration_report.h>
+#include <vision/toolkit/board/board_search.h>
+#include <vision/toolkit/calibration/calibration_report.h>
 
 #include <opencv2/core/utility.hpp>
 

@@ -4,12 +4,12 @@
 /// Usage: calibration_speed IMAGES PAIRS WIDTH, where IMAGES is the folder of home.jpg and other photographs.
 /// Makes so many pairs of that width, calibrates from them, looks for boards in photographs that have none,
 /// and prints a table.
+#include "parallel/run.h"
 #include "support/printed_board.h"
 
-#include <vision/toolkit/calibrating/board_search.h>
-#include <vision/toolkit/calibrating/calibration_report.h>
-#include <vision/toolkit/calibrating/report_pictures.h>
-#include <vision/toolkit/sequence/run.h>
+#include <vision/toolkit/board/board_search.h>
+#include <vision/toolkit/calibration/calibration_report.h>
+#include <vision/toolkit/calibration/report_pictures.h>
 
 #include <opencv2/core/utility.hpp>
 #include <opencv2/imgcodecs.hpp>

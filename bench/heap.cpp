@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "heap.h"
 
-#include <malloc.h>
-
 #include <atomic>
 #include <cerrno>
 #include <cstddef>
+#include <malloc.h>
 
 namespace {
 

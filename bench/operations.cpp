@@ -7,11 +7,10 @@
 #include <benchmark/benchmark.h>
 #include <opencv2/core/utility.hpp>
 
-#include <unistd.h>
-
 #include <filesystem>
 #include <functional>
 #include <map>
+#include <unistd.h>
 
 namespace {
 

@@ -5,7 +5,6 @@
 #include "measuring.h"
 
 #include <vision/toolkit/sequence/depth_run.h>
-#include <vision/toolkit/text.h>
 
 #include <opencv2/core/utility.hpp>
 

@@ -6,7 +6,6 @@
 #include "frame.h"
 #include "measuring.h"
 #include "stereo_processor.h"
-
 #include "support/oracle.h"
 
 #include <nlohmann/json.hpp>

@@ -7,14 +7,13 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include <unistd.h>
-
 #include <array>
 #include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <optional>
+#include <unistd.h>
 #include <vector>
 
 namespace {

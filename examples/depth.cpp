@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <iostream>
-#include <opencv2/imgcodecs.hpp>
 #include <vision/stereo.h>
+
+#include <opencv2/imgcodecs.hpp>
+
+#include <iostream>
 
 int main(int, char** argv) // left.yml right.yml left.png right.png
 {

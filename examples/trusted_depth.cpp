@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <iostream>
 #include <vision/toolkit/depth/depth_pipeline.h>
-#include <vision/toolkit/depth/verdict.h>
+
+#include <iostream>
 
 int main(int, char** argv) // left.yml right.yml left.png right.png
 {

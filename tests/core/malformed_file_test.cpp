@@ -2,12 +2,11 @@
 #include "support/process.h"
 #include "support/scratch_folder.h"
 
-#include <tarn/log.h>
 #include <vision/calibration.h>
 
-#include <opencv2/core.hpp>
-
 #include <gmock/gmock.h>
+#include <opencv2/core.hpp>
+#include <tarn/log.h>
 
 #include <ctime>
 #include <iostream>

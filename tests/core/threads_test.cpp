@@ -2,11 +2,9 @@
 #include "support/calibrations.h"
 #include "support/matrices.h"
 
-#include <tarn/log.h>
-
-#include <opencv2/core.hpp>
-
 #include <gtest/gtest.h>
+#include <opencv2/core.hpp>
+#include <tarn/log.h>
 
 #include <thread>
 

@@ -3,9 +3,8 @@
 #ifndef SUPPORT_LOG_RECORDS_H
 #define SUPPORT_LOG_RECORDS_H
 
-#include <tarn/log.h>
-
 #include <gtest/gtest.h>
+#include <tarn/log.h>
 
 #include <sstream>
 #include <typeinfo>

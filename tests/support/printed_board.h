@@ -4,7 +4,7 @@
 #ifndef SUPPORT_PRINTED_BOARD_H
 #define SUPPORT_PRINTED_BOARD_H
 
-#include <vision/toolkit/calibrating/board.h>
+#include <vision/toolkit/board/board.h>
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/imgproc.hpp>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/calibrating/board.h>
+#include <vision/toolkit/board/board.h>
 
 #include <gtest/gtest.h>
 #include <opencv2/imgproc.hpp>

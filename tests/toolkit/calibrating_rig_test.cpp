@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/printed_board.h"
 
-#include <vision/toolkit/calibrating/calibration_report.h>
+#include <vision/toolkit/calibration/calibration_report.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -44,7 +44,7 @@ BoardSearch look(const Board& board, const std::vector<Pose>& poses, const Lens&
     search.board = board;
     search.imageSize = imageSize;
     for (const Pose& pose : poses) {
-        PairSighting pair;
+        PairDetection pair;
         pair.size = imageSize;
         for (const cv::Point3f& point : makeBoardPoints(board)) {
             const cv::Vec3d place = pose.place(point);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/calibrating/calibration_report.h>
+#include <vision/toolkit/calibration/calibration_report.h>
 #include <vision/toolkit/failure.h>
 
 #include <gmock/gmock.h>
@@ -104,17 +104,17 @@ TEST(Calibrating, TrustsTheRealPairs)
 struct Session
 {
     const char* name;
-    std::function<void(std::vector<PairSighting>&)> take; ///< from the sightings of the real pairs
+    std::function<void(std::vector<PairDetection>&)> take; ///< from the sightings of the real pairs
     Verdict verdict;
     const char* code; ///< of the reason that must be named, or none
     std::size_t used;
 };
 
-void repeatFirst(std::vector<PairSighting>& pairs, double noise)
+void repeatFirst(std::vector<PairDetection>& pairs, double noise)
 {
     pairs.assign(12, pairs.front());
     cv::RNG random(1);
-    for (PairSighting& pair : pairs) {
+    for (PairDetection& pair : pairs) {
         for (Corners* corners : {&pair.view.left, &pair.view.right}) {
             for (cv::Point2f& corner : *corners) {
                 corner += cv::Point2f(static_cast<float>(random.gaussian(noise)),
@@ -125,9 +125,9 @@ void repeatFirst(std::vector<PairSighting>& pairs, double noise)
 }
 
 /// Each pair so often.
-void repeatAll(std::vector<PairSighting>& pairs, std::size_t times)
+void repeatAll(std::vector<PairDetection>& pairs, std::size_t times)
 {
-    const std::vector<PairSighting> once = pairs;
+    const std::vector<PairDetection> once = pairs;
     for (std::size_t i = 1; i < times; ++i) {
         pairs.insert(pairs.end(), once.begin(), once.end());
     }
@@ -162,7 +162,7 @@ const Session sessions[] = {
      9},
     {"SwappedSides",
      [](auto& pairs) {
-         for (PairSighting& pair : pairs) {
+         for (PairDetection& pair : pairs) {
              std::swap(pair.view.left, pair.view.right);
          }
      },

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/scene.h"
 
+#include <vision/toolkit/check/calibration_check.h>
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/trust/correction.h>
 
 #include <gtest/gtest.h>
 

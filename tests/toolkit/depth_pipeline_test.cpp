@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "base/sampling.h"
 #include "support/matrices.h"
 #include "support/scene.h"
 
 #include <vision/toolkit/depth/depth_pipeline.h>
-#include <vision/toolkit/depth/summary.h>
-#include <vision/toolkit/depth/verdict.h>
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/input/resize.h>
+#include <vision/toolkit/input/images.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -160,17 +159,18 @@ TEST_F(DepthOf, TheResultSaysWhereTheRangeIsWrong)
 
 TEST_F(DepthOf, ASequenceHasOneRange)
 {
-    EXPECT_EQ(sampleEvenly(0), std::vector<std::size_t>{});
-    EXPECT_EQ(sampleEvenly(1), std::vector<std::size_t>{0});
-    EXPECT_EQ(sampleEvenly(4), (std::vector<std::size_t>{0, 1, 2, 3}));
-    EXPECT_EQ(sampleEvenly(17), (std::vector<std::size_t>{0, 2, 4, 6, 8, 10, 12, 14, 16}));
-    EXPECT_EQ(sampleEvenly(1000000).back(), 999999U);
+    EXPECT_EQ(sampleEvenly(0, 9), std::vector<std::size_t>{});
+    EXPECT_EQ(sampleEvenly(1, 9), std::vector<std::size_t>{0});
+    EXPECT_EQ(sampleEvenly(4, 9), (std::vector<std::size_t>{0, 1, 2, 3}));
+    EXPECT_EQ(sampleEvenly(17, 9), (std::vector<std::size_t>{0, 2, 4, 6, 8, 10, 12, 14, 16}));
+    EXPECT_EQ(sampleEvenly(1000000, 9).back(), 999999U);
 
     DepthPipeline pipeline(rig, {});
     const ImagePair near = toEightBits(photograph({0.7, 0}));
-    EXPECT_TRUE(pipeline.needsSpan());
+    EXPECT_TRUE(pipeline.needsDisparityRange());
     const int alone = pipeline.compute(toEightBits(raw)).range.maxDisparity();
-    pipeline.setSpan(join({*pipeline.findSpan(toEightBits(raw)), *pipeline.findSpan(near)}));
+    pipeline.setDisparityRange(
+        join({*pipeline.findDisparityRange(toEightBits(raw)), *pipeline.findDisparityRange(near)}));
     const SearchRange range = pipeline.compute(toEightBits(raw)).range;
     EXPECT_EQ(range, pipeline.compute(near).range);
     EXPECT_GT(range.maxDisparity(), 94); // 8 + 500 * 0.12 / 0.7

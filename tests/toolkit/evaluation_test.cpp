@@ -2,9 +2,8 @@
 #include "support/matrices.h"
 #include "support/scratch_folder.h"
 
+#include <vision/toolkit/evaluation/evaluation.h>
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/ground/evaluation.h>
-#include <vision/toolkit/ground/input_files.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

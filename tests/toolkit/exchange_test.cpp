@@ -2,9 +2,8 @@
 #include "support/calibrations.h"
 #include "support/scratch_folder.h"
 
-#include <vision/toolkit/exchange/exports.h>
-#include <vision/toolkit/exchange/foreign_calibration.h>
 #include <vision/toolkit/failure.h>
+#include <vision/toolkit/interchange/calibrations.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/calibrations.h"
 
-#include <vision/toolkit/calibration/facts.h>
-#include <vision/toolkit/calibration/faults.h>
 #include <vision/toolkit/depth/rig.h>
+#include <vision/toolkit/records/inspection.h>
 
 #include <gtest/gtest.h>
 

@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "input/file_names.h"
 #include "support/scratch_folder.h"
 
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/input/file_names.h>
-#include <vision/toolkit/input/image_file.h>
+#include <vision/toolkit/input/images.h>
 #include <vision/toolkit/input/pair_sequence.h>
-
-#include <opencv2/imgcodecs.hpp>
-#include <opencv2/videoio.hpp>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <opencv2/imgcodecs.hpp>
+#include <opencv2/videoio.hpp>
 
 #include <filesystem>
 #include <fstream>

@@ -103,7 +103,7 @@ TEST(Matcher, BelievesOnlyWhatBothDirectionsSay)
         MatcherSettings settings = settingsFor(algorithm);
         settings.speckleWindow = 0;
         const Matches both = match(pair, {0, 64}, settings);
-        settings.bothWays = false;
+        settings.leftRightCheck = false;
         const Matches one = match(pair, {0, 64}, settings);
         const auto countIn = [&hidden](const Matches& matches) {
             return cv::countNonZero(findMatched(matches) & hidden);
@@ -239,28 +239,28 @@ TEST(Matcher, NamesWhatItCannotUse)
     expectRefusal({pair.left, pair.right, small, {}}, {0, 16}, {}, "mask");
 }
 
-TEST(DisparitySpan, HoldsWhatOccurs)
+TEST(DisparityRange, HoldsWhatOccurs)
 {
     for (const cv::Size size : {cv::Size(160, 120), {640, 200}, {1200, 300}}) {
         for (const double share : {-0.08, 0.0, 0.05, 0.3, 0.5}) { // of the width
             const double disparity = share * size.width;
-            const auto span = findSpan(plane(size, disparity), -0.1 * size.width);
+            const auto span = findDisparityRange(plane(size, disparity), -0.1 * size.width);
             ASSERT_TRUE(span) << size << share;
             EXPECT_LT(span->lowest, disparity - 1);
             EXPECT_GT(span->highest, disparity + 1);
             EXPECT_LT(span->highest - span->lowest, 0.16 * size.width + 20);
             EXPECT_EQ(span->width, size.width);
-            EXPECT_GE(findSpan(plane(size, 0.05 * size.width), 0)->lowest, 0);
+            EXPECT_GE(findDisparityRange(plane(size, 0.05 * size.width), 0)->lowest, 0);
         }
     }
-    EXPECT_TRUE(findSpan(plane({3, 2}, 0), 0).value_or(DisparitySpan{0, 0, 3}).width == 3);
+    EXPECT_TRUE(findDisparityRange(plane({3, 2}, 0), 0).value_or(DisparityRange{0, 0, 3}).width == 3);
 }
 
-TEST(DisparitySpan, GivesTheRangeAtAnyWidth)
+TEST(DisparityRange, GivesTheRangeAtAnyWidth)
 {
     const struct
     {
-        DisparitySpan span;
+        DisparityRange span;
         int width;
         SearchRange range;
     } rows[] = {

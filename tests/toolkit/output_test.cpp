@@ -2,13 +2,11 @@
 #include "support/matrices.h"
 #include "support/scratch_folder.h"
 
-#include <vision/toolkit/calibration/pair_file.h>
+#include <vision/toolkit/evaluation/evaluation.h>
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/ground/input_files.h>
-#include <vision/toolkit/output/depth_formats.h>
-#include <vision/toolkit/output/disparity_formats.h>
-#include <vision/toolkit/output/output_set.h>
+#include <vision/toolkit/output/encodings.h>
 #include <vision/toolkit/output/pair_output.h>
+#include <vision/toolkit/records/calibration_pair.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/sequence/run.h>
+#include "parallel/run.h"
 
-#include <opencv2/core/utility.hpp>
+#include <vision/toolkit/sequence/shard.h>
 
 #include <gtest/gtest.h>
+#include <opencv2/core/utility.hpp>
 
 #include <algorithm>
 #include <atomic>

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/scene.h"
 
-#include <vision/toolkit/trust/row_offsets.h>
+#include <vision/toolkit/features/row_offsets.h>
 
 #include <gtest/gtest.h>
 

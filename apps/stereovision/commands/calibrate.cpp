@@ -4,13 +4,12 @@
 #include "options/output_options.h"
 #include "options/pair_options.h"
 
-#include <vision/toolkit/calibrating/board_search.h>
-#include <vision/toolkit/calibrating/calibration_report.h>
-#include <vision/toolkit/calibrating/report_formats.h>
-#include <vision/toolkit/calibrating/report_pictures.h>
-#include <vision/toolkit/calibration/pair_file.h>
+#include <vision/toolkit/board/board_search.h>
+#include <vision/toolkit/calibration/calibration_report.h>
+#include <vision/toolkit/calibration/report_pictures.h>
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/output/output_files.h>
+#include <vision/toolkit/files/output_files.h>
+#include <vision/toolkit/records/calibration_pair.h>
 
 #include <algorithm>
 #include <filesystem>

@@ -5,12 +5,12 @@
 #include "options/pair_options.h"
 #include "options/rig_options.h"
 
-#include <vision/toolkit/calibration/pair_file.h>
+#include <vision/toolkit/check/calibration_check.h>
+#include <vision/toolkit/check/check_report.h>
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/text.h>
-#include <vision/toolkit/trust/check.h>
-#include <vision/toolkit/trust/check_report.h>
-#include <vision/toolkit/trust/correction.h>
+#include <vision/toolkit/records/calibration_pair.h>
+
+#include <fmt/format.h>
 
 #include <cmath>
 #include <memory>
@@ -71,7 +71,7 @@ Checks checkPairs(PairSequence& pairs, const CalibrationPair& calibrations, cons
 void print(const std::vector<PairCheck>& pairs, const CalibrationCheck& check, Console& console)
 {
     const auto px = [](double value) {
-        return std::isfinite(value) ? formatFixed(value, 2) + " px" : "unknown";
+        return std::isfinite(value) ? fmt::format("{:.2f}", value) + " px" : "unknown";
     };
     for (const PairCheck& pair : pairs) {
         console.result(pair.name + ": row offset " + px(pair.rows.median) + ", spread " +
@@ -99,12 +99,12 @@ void print(const std::vector<PairCheck>& pairs, const CalibrationCheck& check, C
 void print(const BoardSummary& board, Console& console)
 {
     constexpr double millimetres = 1000;
-    console.result("square: " + formatFixed(board.squareMean, 4) + " +- " +
-                   formatFixed(board.squareDeviation, 4) + " of the given one, triangulated, in " +
+    console.result("square: " + fmt::format("{:.4f}", board.squareMean) + " +- " +
+                   fmt::format("{:.4f}", board.squareDeviation) + " of the given one, triangulated, in " +
                    std::to_string(board.boards) + " pairs");
-    console.result("plane of the board: rms " + formatFixed(millimetres * board.planeRms, 2) +
-                   " mm, absolute error " + formatFixed(millimetres * board.absoluteError, 2) +
-                   " mm, fill rate " + formatFixed(100 * board.fillRate, 1) + " %");
+    console.result("plane of the board: rms " + fmt::format("{:.2f}", millimetres * board.planeRms) +
+                   " mm, absolute error " + fmt::format("{:.2f}", millimetres * board.absoluteError) +
+                   " mm, fill rate " + fmt::format("{:.1f}", 100 * board.fillRate) + " %");
 }
 
 /// Takes the rotation seen in every other pair into the calibration, if that improves the pairs between.
@@ -112,8 +112,8 @@ void correct(const std::vector<PairCheck>& pairs, const CalibrationPair& calibra
              const OutputOptions& options, Console& console)
 {
     const Correction correction = makeCorrection(pairs, calibrations);
-    console.result("row offset of the pairs held back: " + formatFixed(correction.before, 2) +
-                   " px before, " + formatFixed(correction.after, 2) + " px after the correction");
+    console.result("row offset of the pairs held back: " + fmt::format("{:.2f}", correction.before) +
+                   " px before, " + fmt::format("{:.2f}", correction.after) + " px after the correction");
     if (!correction.improves()) {
         throw Failure(
             "--correct: the pairs that were held back do not get better; nothing is written. Make a new "

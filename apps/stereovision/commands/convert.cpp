@@ -3,9 +3,8 @@
 #include "options/length.h"
 #include "options/output_options.h"
 
-#include <vision/toolkit/exchange/exports.h>
-#include <vision/toolkit/exchange/foreign_calibration.h>
 #include <vision/toolkit/failure.h>
+#include <vision/toolkit/interchange/calibrations.h>
 
 #include <map>
 #include <memory>

@@ -9,7 +9,8 @@
 
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/sequence/depth_run.h>
-#include <vision/toolkit/text.h>
+
+#include <fmt/format.h>
 
 #include <memory>
 #include <string>
@@ -147,9 +148,9 @@ private:
             _console.result(report.name + ": is there already");
             return;
         }
-        _console.result(report.name + ": " + formatSize(report.size) + " px, " + format(report.summary) +
-                        ", searched " + std::to_string(report.range.minDisparity) + " to " +
-                        std::to_string(report.range.maxDisparity()) + " px");
+        _console.result(fmt::format("{}: {} x {} px, ", report.name, report.size.width, report.size.height) +
+                        format(report.summary) + ", searched " + std::to_string(report.range.minDisparity) +
+                        " to " + std::to_string(report.range.maxDisparity()) + " px");
         for (const auto& file : report.files) {
             _console.result("wrote " + file.string());
         }

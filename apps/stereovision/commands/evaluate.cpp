@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/commands.h"
 
+#include <vision/toolkit/evaluation/evaluation.h>
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/ground/evaluation.h>
-#include <vision/toolkit/ground/input_files.h>
-#include <vision/toolkit/output/output_files.h>
-#include <vision/toolkit/output/png.h>
-#include <vision/toolkit/text.h>
+#include <vision/toolkit/files/output_files.h>
+#include <vision/toolkit/output/pictures.h>
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <cmath>
@@ -92,12 +91,12 @@ private:
 /// "bad-0.5".
 std::string nameOf(double limit)
 {
-    return "bad-" + formatFixed(limit, limit < 1 ? 1 : 0);
+    return "bad-" + fmt::format("{:.{}f}", limit, limit < 1 ? 1 : 0);
 }
 
 std::string format(double value, int digits, const char* unit)
 {
-    return std::isnan(value) ? "none" : formatFixed(value, digits) + unit;
+    return std::isnan(value) ? "none" : fmt::format("{:.{}f}", value, digits) + unit;
 }
 
 void report(const Evaluation& result, Console& console)

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/commands.h"
 
-#include <vision/toolkit/calibration/facts.h>
-#include <vision/toolkit/calibration/faults.h>
-#include <vision/toolkit/calibration/pair_file.h>
-#include <vision/toolkit/text.h>
+#include <vision/toolkit/records/calibration_pair.h>
+#include <vision/toolkit/records/inspection.h>
+
+#include <fmt/format.h>
 
 #include <memory>
 #include <string>
@@ -27,16 +27,16 @@ void printCamera(const std::string& file, const vision::Calibration& calibration
 {
     const CameraFacts facts = describeCamera(calibration);
     const auto two = [](const cv::Point2d& values, int digits) {
-        return formatFixed(values.x, digits) + ", " + formatFixed(values.y, digits);
+        return fmt::format("{:.{}f}", values.x, digits) + ", " + fmt::format("{:.{}f}", values.y, digits);
     };
     console.result(file + ":");
-    console.result("  image size: " + formatSize(facts.size) + " px");
+    console.result(fmt::format("  image size: {} x {} px", facts.size.width, facts.size.height));
     console.result("  focal length: " + two(facts.focalLength, 2) + " px");
     console.result("  principal point: " + two(facts.principalPoint, 2) + " px");
     console.result("  field of view: " + two(facts.fieldOfView, 1) + " degrees");
     std::string distortion;
     for (const double coefficient : facts.distortion) {
-        distortion += (distortion.empty() ? "" : ", ") + formatFixed(coefficient, 5);
+        distortion += (distortion.empty() ? "" : ", ") + fmt::format("{:.5f}", coefficient);
     }
     console.result("  distortion: " + (distortion.empty() ? "none" : distortion));
 }
@@ -46,21 +46,22 @@ void printPair(const vision::Calibration& left, const vision::Calibration& right
     constexpr double quarter = 0.25; // px, what matching is good for
     const PairFacts facts = describePair(left, right);
     console.result("both cameras (lengths in the unit of the calibration; metres if this program made it):");
-    console.result("  baseline: " + formatFixed(facts.baseline, 5) + " m");
-    console.result("  rectified focal length: " + formatFixed(facts.focalLength, 2) + " px");
-    console.result("  principal point difference: " + formatFixed(facts.principalPointDifference, 2) + " px");
+    console.result("  baseline: " + fmt::format("{:.5f}", facts.baseline) + " m");
+    console.result("  rectified focal length: " + fmt::format("{:.2f}", facts.focalLength) + " px");
+    console.result("  principal point difference: " + fmt::format("{:.2f}", facts.principalPointDifference) +
+                   " px");
     for (const int disparity : {8, 16, 32, 64, 128}) {
         const double depth = facts.depthOf(disparity);
         console.result("  depth at disparity " + std::to_string(disparity) +
-                       " px: " + (depth > 0 ? formatFixed(depth, 3) + " m" : "none"));
+                       " px: " + (depth > 0 ? fmt::format("{:.3f}", depth) + " m" : "none"));
     }
     for (const int depth : {1, 2, 5, 10}) {
         console.result("  depth error at " + std::to_string(depth) + " m for a quarter pixel: " +
-                       formatFixed(1000 * facts.depthError(depth, quarter), 1) + " mm");
+                       fmt::format("{:.1f}", 1000 * facts.depthError(depth, quarter)) + " mm");
     }
     for (const int disparities : {64, 128, 256}) {
         console.result("  nearest depth with " + std::to_string(disparities) +
-                       " disparities: " + formatFixed(facts.depthOf(disparities), 3) + " m");
+                       " disparities: " + fmt::format("{:.3f}", facts.depthOf(disparities)) + " m");
     }
 }
 

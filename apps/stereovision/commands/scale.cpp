@@ -2,9 +2,10 @@
 #include "commands/commands.h"
 #include "options/output_options.h"
 
-#include <vision/toolkit/calibration/pair_file.h>
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/text.h>
+#include <vision/toolkit/records/calibration_pair.h>
+
+#include <fmt/format.h>
 
 #include <filesystem>
 #include <memory>
@@ -30,9 +31,14 @@ vision::Calibration scale(const std::string& file, const cv::Size& size)
     try {
         return calibration.scaleTo(size.width, size.height);
     } catch (const std::invalid_argument&) {
-        throw Failure(file + ": is for images of " + formatSize({calibration.width, calibration.height}) +
-                      ", and " + formatSize(size) +
-                      " has another aspect ratio: only images that were scaled as a whole can share it");
+        throw Failure(fmt::format(
+            "{}: is for images of {} x {}, and {} x {} has another aspect ratio: only images that were "
+            "scaled as a whole can share it",
+            file,
+            calibration.width,
+            calibration.height,
+            size.width,
+            size.height));
     }
 }
 

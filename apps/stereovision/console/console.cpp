@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/console.h"
 
-#include <vision/toolkit/text.h>
+#include <fmt/format.h>
 
 #include <cstdio>
 #include <unistd.h>
@@ -79,8 +79,8 @@ void Console::showProgress()
         if (_done > 0 && elapsed.count() > 0) {
             const double rate = static_cast<double>(_done) / elapsed.count();
             const double secondsLeft = static_cast<double>(_total - _done) / rate;
-            _progress += ", " + vision::toolkit::formatFixed(rate, 1) + "/s, " +
-                         vision::toolkit::formatFixed(secondsLeft, 0) + " s left";
+            _progress +=
+                ", " + fmt::format("{:.1f}", rate) + "/s, " + fmt::format("{:.0f}", secondsLeft) + " s left";
         }
     }
     drawProgress();

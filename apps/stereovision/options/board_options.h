@@ -2,7 +2,7 @@
 #ifndef TOOL_OPTIONS_BOARD_OPTIONS_H
 #define TOOL_OPTIONS_BOARD_OPTIONS_H
 
-#include <vision/toolkit/calibrating/board.h>
+#include <vision/toolkit/board/board.h>
 
 #include <CLI/CLI.hpp>
 

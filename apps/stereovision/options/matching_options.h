@@ -2,7 +2,7 @@
 #ifndef TOOL_OPTIONS_MATCHING_OPTIONS_H
 #define TOOL_OPTIONS_MATCHING_OPTIONS_H
 
-#include <vision/toolkit/matching/settings.h>
+#include <vision/toolkit/matching/matcher.h>
 
 #include <CLI/CLI.hpp>
 

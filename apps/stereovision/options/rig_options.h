@@ -2,7 +2,7 @@
 #ifndef TOOL_OPTIONS_RIG_OPTIONS_H
 #define TOOL_OPTIONS_RIG_OPTIONS_H
 
-#include <vision/toolkit/calibration/pair_file.h>
+#include <vision/toolkit/records/calibration_pair.h>
 
 #include <CLI/CLI.hpp>
 

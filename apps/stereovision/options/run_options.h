@@ -2,7 +2,7 @@
 #ifndef TOOL_OPTIONS_RUN_OPTIONS_H
 #define TOOL_OPTIONS_RUN_OPTIONS_H
 
-#include <vision/toolkit/sequence/run.h>
+#include <vision/toolkit/sequence/shard.h>
 
 #include <CLI/CLI.hpp>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/input/image_file.h>
+#include <vision/toolkit/input/images.h>
 
 #include <iostream>
 

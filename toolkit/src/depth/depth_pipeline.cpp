@@ -26,7 +26,7 @@ double findLowestPossible(const Rig& rig, int width)
 }
 
 /// What is searched when the images do not tell.
-DisparitySpan guessSpan(const Rig& rig, int width)
+DisparityRange guessRange(const Rig& rig, int width)
 {
     constexpr double shareOfWidth = 0.25;
     const double lowest = std::max(findLowestPossible(rig, width), 0.0);
@@ -51,16 +51,6 @@ double findMaxDepth(const DepthSettings& settings, const SearchRange& range, con
 
 } // namespace
 
-std::vector<std::size_t> sampleEvenly(std::size_t pairs, std::size_t most)
-{
-    const std::size_t count = std::min(pairs, most);
-    std::vector<std::size_t> places;
-    for (std::size_t i = 0; i < count; ++i) {
-        places.push_back(count == 1 ? 0 : i * (pairs - 1) / (count - 1));
-    }
-    return places;
-}
-
 DepthPipeline::DepthPipeline(const Rig& rig, const DepthSettings& settings) : _rig(rig), _settings(settings)
 {
     requireValid(settings.range, settings.maxDepth, rig);
@@ -72,7 +62,7 @@ DepthPipeline::DepthPipeline(const Rig& rig, const DepthSettings& settings) : _r
     }
 }
 
-bool DepthPipeline::needsSpan() const
+bool DepthPipeline::needsDisparityRange() const
 {
     return !_settings.plain && !isComplete(_settings.range);
 }
@@ -103,18 +93,19 @@ RectifiedPair DepthPipeline::makePair(const ImagePair& rectified) const
     return pair;
 }
 
-std::optional<DisparitySpan> DepthPipeline::findSpan(const ImagePair& pair) const
+std::optional<DisparityRange> DepthPipeline::findDisparityRange(const ImagePair& pair) const
 {
     const ImagePair rectified = rectifyPair(pair);
-    return toolkit::findSpan(makePair(rectified), findLowestPossible(_rig, rectified.left.grey.cols));
+    return toolkit::findDisparityRange(makePair(rectified),
+                                       findLowestPossible(_rig, rectified.left.grey.cols));
 }
 
 SearchRange DepthPipeline::findRange(const RectifiedPair& pair, Notes& notes) const
 {
     const int width = pair.left.cols;
-    std::optional<DisparitySpan> span = _span;
-    if (!span && needsSpan()) {
-        span = toolkit::findSpan(pair, findLowestPossible(_rig, width));
+    std::optional<DisparityRange> span = _span;
+    if (!span && needsDisparityRange()) {
+        span = toolkit::findDisparityRange(pair, findLowestPossible(_rig, width));
         if (!span) {
             notes.push_back(
                 {"range-not-found",
@@ -123,7 +114,7 @@ SearchRange DepthPipeline::findRange(const RectifiedPair& pair, Notes& notes) co
                  "a pair"});
         }
     }
-    return chooseRange(_settings.range, span.value_or(guessSpan(_rig, width)), _rig, width);
+    return chooseRange(_settings.range, span.value_or(guessRange(_rig, width)), _rig, width);
 }
 
 void DepthPipeline::addPoints(PairDepth& depth)

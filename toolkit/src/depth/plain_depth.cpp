@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "base/text.h"
 #include "depth/steps.h"
 
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/text.h>
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>

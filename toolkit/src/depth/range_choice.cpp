@@ -51,11 +51,11 @@ bool isComplete(const RangeSettings& range)
     return (range.minDisparity || range.farthest) && (range.disparities || range.nearest);
 }
 
-SearchRange chooseRange(const RangeSettings& range, const DisparitySpan& span, const Rig& rig, int width)
+SearchRange chooseRange(const RangeSettings& range, const DisparityRange& span, const Rig& rig, int width)
 {
     const auto scale = findDepthScale(rig, width);
     const double factor = static_cast<double>(width) / rig.size.width;
-    DisparitySpan chosen{span.lowest * width / span.width, span.highest * width / span.width, width};
+    DisparityRange chosen{span.lowest * width / span.width, span.highest * width / span.width, width};
     if (range.minDisparity) {
         chosen.lowest = *range.minDisparity * factor;
     }

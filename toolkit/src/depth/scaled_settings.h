@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef VISION_TOOLKIT_DEPTH_SCALED_SETTINGS_H
-#define VISION_TOOLKIT_DEPTH_SCALED_SETTINGS_H
+#ifndef VISION_TOOLKIT_SRC_DEPTH_SCALED_SETTINGS_H
+#define VISION_TOOLKIT_SRC_DEPTH_SCALED_SETTINGS_H
 
-#include <vision/toolkit/matching/settings.h>
+#include <vision/toolkit/matching/matcher.h>
 
 namespace vision::toolkit {
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "depth/steps.h"
 
+#include "base/text.h"
+
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/text.h>
 
 #include <cstdint>
 #include <tuple>

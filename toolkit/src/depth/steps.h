@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 /// The steps of a pair's way from images to points.
-#ifndef VISION_TOOLKIT_DEPTH_STEPS_H
-#define VISION_TOOLKIT_DEPTH_STEPS_H
+#ifndef VISION_TOOLKIT_SRC_DEPTH_STEPS_H
+#define VISION_TOOLKIT_SRC_DEPTH_STEPS_H
 
 #include <vision/stereo.h>
-#include <vision/toolkit/depth/depth_settings.h>
-#include <vision/toolkit/depth/pair_depth.h>
+#include <vision/toolkit/depth/depth_pipeline.h>
 #include <vision/toolkit/depth/rig.h>
 
 namespace vision::toolkit {

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "depth/steps.h"
-
 #include "matching/blank_calibration.h"
 
 #include <vision/toolkit/failure.h>

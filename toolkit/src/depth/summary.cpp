@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/depth/summary.h>
+#include <vision/toolkit/depth/depth_pipeline.h>
 
-#include <vision/toolkit/text.h>
-
+#include <fmt/format.h>
 #include <opencv2/core.hpp>
 
 #include <algorithm>
@@ -56,12 +55,12 @@ DepthSummary summarise(const PairDepth& depth)
 
 std::string format(const DepthSummary& summary)
 {
-    const std::string matched = "matched " + formatFixed(summary.matchedPercent, 1) + " %";
+    const std::string matched = "matched " + fmt::format("{:.1f}", summary.matchedPercent) + " %";
     if (summary.points == 0) {
         return matched + ", no depth";
     }
-    return matched + ", depth median " + formatFixed(summary.median, 3) + " m, range " +
-           formatFixed(summary.nearest, 3) + " to " + formatFixed(summary.farthest, 3) + " m";
+    return matched + ", depth median " + fmt::format("{:.3f}", summary.median) + " m, range " +
+           fmt::format("{:.3f}", summary.nearest) + " to " + fmt::format("{:.3f}", summary.farthest) + " m";
 }
 
 } // namespace vision::toolkit

@@ -1,8 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/depth/verdict.h>
+#include <vision/toolkit/depth/depth_pipeline.h>
 
-#include <vision/toolkit/text.h>
-
+#include <fmt/format.h>
 #include <opencv2/core.hpp>
 
 #include <algorithm>
@@ -57,15 +56,16 @@ Notes judge(const PairDepth& depth, const DepthSummary& summary)
     if (summary.matchedPercent < fewMatched) {
         notes.push_back(
             {"few-matches",
-             "only " + formatFixed(summary.matchedPercent, 1) +
+             "only " + fmt::format("{:.1f}", summary.matchedPercent) +
                  " % of the pixels are matched: check that the images are a pair, in this order, and "
                  "that the calibrations are theirs"});
     }
     if (summary.beyondPercent > muchBeyond) {
         notes.push_back({"beyond-largest-depth",
-                         formatFixed(summary.beyondPercent, 0) +
+                         fmt::format("{:.0f}", summary.beyondPercent) +
                              " % of the matched pixels are farther than the largest depth, " +
-                             formatFixed(depth.maxDepth, 2) + " m, and have no point: give a larger one"});
+                             fmt::format("{:.2f}", depth.maxDepth) +
+                             " m, and have no point: give a larger one"});
     }
     return notes;
 }

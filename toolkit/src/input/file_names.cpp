@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/input/file_names.h>
+#include "input/file_names.h"
 
 #include <vision/toolkit/failure.h>
 

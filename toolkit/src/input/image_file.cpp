@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/input/image_file.h>
+#include <vision/toolkit/input/images.h>
 
 #include <vision/toolkit/failure.h>
 

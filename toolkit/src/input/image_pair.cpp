@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/input/image_pair.h>
+#include <vision/toolkit/input/images.h>
+
+#include "base/text.h"
 
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/input/image_file.h>
-#include <vision/toolkit/text.h>
 
+#include <fmt/format.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -68,8 +69,8 @@ void compareRanges(double left, double right, bool isSameDepth, Notes& notes)
     const auto [darker, brighter] = std::minmax(left, right);
     if (!isSameDepth || (brighter > dark && brighter > mostBetweenExposures * darker)) {
         notes.push_back({"bit-range-differs",
-                         "the brightest pixel is " + formatFixed(left, 0) + " on the left and " +
-                             formatFixed(right, 0) +
+                         "the brightest pixel is " + fmt::format("{:.0f}", left) + " on the left and " +
+                             fmt::format("{:.0f}", right) +
                              " on the right: take both images with the same pixel format and "
                              "exposure"});
     }

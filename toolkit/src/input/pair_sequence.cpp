@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/input/pair_sequence.h>
 
+#include "input/file_names.h"
 #include "input/video.h"
 
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/input/file_names.h>
-#include <vision/toolkit/input/image_file.h>
+#include <vision/toolkit/input/images.h>
 
 #include <algorithm>
 #include <filesystem>

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/input/resize.h>
+#include <vision/toolkit/input/images.h>
+
+#include "base/text.h"
 
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/text.h>
 
+#include <fmt/format.h>
 #include <opencv2/imgproc.hpp>
 
 #include <cmath>
@@ -21,7 +23,7 @@ RawPair resize(const RawPair& pair, double factor)
     constexpr double roundingError = 1e-6;
     if (scaled.empty() || std::abs(exact.x - scaled.width) > roundingError ||
         std::abs(exact.y - scaled.height) > roundingError) {
-        throw Failure("--resize " + formatFixed(factor, 3) + " of " + formatSize(size) +
+        throw Failure("--resize " + fmt::format("{:.3f}", factor) + " of " + formatSize(size) +
                       " gives no whole number of pixels: choose another factor");
     }
     RawPair result;

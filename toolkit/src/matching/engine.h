@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 /// One run of one of the matchers.
-#ifndef VISION_TOOLKIT_MATCHING_ENGINE_H
-#define VISION_TOOLKIT_MATCHING_ENGINE_H
+#ifndef VISION_TOOLKIT_SRC_MATCHING_ENGINE_H
+#define VISION_TOOLKIT_SRC_MATCHING_ENGINE_H
 
+#include <vision/toolkit/matching/matcher.h>
 #include <vision/toolkit/matching/search_range.h>
-#include <vision/toolkit/matching/settings.h>
 
 #include <opencv2/core/mat.hpp>
 

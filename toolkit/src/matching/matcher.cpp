@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/matching/matcher.h>
 
-#include "matching/both_ways.h"
 #include "matching/engine.h"
+#include "matching/left_right_check.h"
 #include "matching/pyramid.h"
 #include "matching/range_checks.h"
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 /// Matching at a fraction of the size.
-#ifndef VISION_TOOLKIT_MATCHING_PYRAMID_H
-#define VISION_TOOLKIT_MATCHING_PYRAMID_H
+#ifndef VISION_TOOLKIT_SRC_MATCHING_PYRAMID_H
+#define VISION_TOOLKIT_SRC_MATCHING_PYRAMID_H
 
 #include <vision/toolkit/matching/matcher.h>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 /// What the matchers can search.
-#ifndef VISION_TOOLKIT_MATCHING_RANGE_CHECKS_H
-#define VISION_TOOLKIT_MATCHING_RANGE_CHECKS_H
+#ifndef VISION_TOOLKIT_SRC_MATCHING_RANGE_CHECKS_H
+#define VISION_TOOLKIT_SRC_MATCHING_RANGE_CHECKS_H
 
 #include <vision/toolkit/matching/search_range.h>
 

@@ -4,7 +4,8 @@
 #include "matching/range_checks.h"
 
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/text.h>
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cmath>
@@ -22,7 +23,7 @@ constexpr int largestDisparity = 2047;
 
 } // namespace
 
-DisparitySpan spanBetween(double nearest, double farthest, const DepthScale& scale, int width)
+DisparityRange rangeBetween(double nearest, double farthest, const DepthScale& scale, int width)
 {
     return {scale.disparityAt(farthest), scale.disparityAt(nearest), width};
 }
@@ -47,28 +48,28 @@ void requireSearchable(const SearchRange& range)
     }
 }
 
-SearchRange toSearchRange(const DisparitySpan& span, int width)
+SearchRange toSearchRange(const DisparityRange& span, int width)
 {
     const double factor = static_cast<double>(width) / span.width;
     const double most = std::min(width - 1, largestDisparity - step);
     const double lowest = std::max(std::floor(span.lowest * factor), -most);
     const double highest = std::min(std::ceil(span.highest * factor), most);
     if (!(lowest <= highest)) {
-        throw Failure("disparities from " + formatFixed(span.lowest * factor, 0) + " to " +
-                      formatFixed(span.highest * factor, 0) + " px cannot be searched in images " +
+        throw Failure("disparities from " + fmt::format("{:.0f}", span.lowest * factor) + " to " +
+                      fmt::format("{:.0f}", span.highest * factor) + " px cannot be searched in images " +
                       std::to_string(width) +
                       " px wide: check the nearest and the farthest depth or disparity");
     }
     return coverDisparities(lowest, highest);
 }
 
-std::optional<DisparitySpan> join(const std::vector<DisparitySpan>& spans)
+std::optional<DisparityRange> join(const std::vector<DisparityRange>& spans)
 {
     if (spans.empty()) {
         return std::nullopt;
     }
-    DisparitySpan joined = spans.front();
-    for (const DisparitySpan& span : spans) {
+    DisparityRange joined = spans.front();
+    for (const DisparityRange& span : spans) {
         const double factor = static_cast<double>(joined.width) / span.width;
         joined.lowest = std::min(joined.lowest, span.lowest * factor);
         joined.highest = std::max(joined.highest, span.highest * factor);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/matching/settings.h>
+#include <vision/toolkit/matching/matcher.h>
 
 #include <vision/toolkit/failure.h>
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
 /// What the colours of all pictures mean, and the painting with them. Colours are BGR.
-#ifndef VISION_TOOLKIT_OUTPUT_COLOURS_H
-#define VISION_TOOLKIT_OUTPUT_COLOURS_H
+#ifndef VISION_TOOLKIT_SRC_OUTPUT_COLOURS_H
+#define VISION_TOOLKIT_SRC_OUTPUT_COLOURS_H
 
-#include <vision/toolkit/output/picture_scale.h>
+#include <vision/toolkit/output/pictures.h>
 
 #include <opencv2/core/mat.hpp>
 

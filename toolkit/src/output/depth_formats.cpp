@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/output/depth_formats.h>
+#include <vision/toolkit/output/encodings.h>
 
 #include "output/image_bytes.h"
 #include "output/png16.h"
 
-#include <vision/toolkit/depth/summary.h>
+#include <vision/toolkit/depth/depth_pipeline.h>
 
 #include <opencv2/core.hpp>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/output/disparity_formats.h>
+#include <vision/toolkit/output/encodings.h>
 
 #include "output/image_bytes.h"
 #include "output/little_endian.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef VISION_TOOLKIT_OUTPUT_IMAGE_BYTES_H
-#define VISION_TOOLKIT_OUTPUT_IMAGE_BYTES_H
+#ifndef VISION_TOOLKIT_SRC_OUTPUT_IMAGE_BYTES_H
+#define VISION_TOOLKIT_SRC_OUTPUT_IMAGE_BYTES_H
 
 #include <opencv2/core/mat.hpp>
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef VISION_TOOLKIT_OUTPUT_LEGEND_H
-#define VISION_TOOLKIT_OUTPUT_LEGEND_H
+#ifndef VISION_TOOLKIT_SRC_OUTPUT_LEGEND_H
+#define VISION_TOOLKIT_SRC_OUTPUT_LEGEND_H
 
 #include "output/colours.h"
 

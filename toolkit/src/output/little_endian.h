@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef VISION_TOOLKIT_OUTPUT_LITTLE_ENDIAN_H
-#define VISION_TOOLKIT_OUTPUT_LITTLE_ENDIAN_H
+#ifndef VISION_TOOLKIT_SRC_OUTPUT_LITTLE_ENDIAN_H
+#define VISION_TOOLKIT_SRC_OUTPUT_LITTLE_ENDIAN_H
 
 #include <cstdint>
 #include <cstring>

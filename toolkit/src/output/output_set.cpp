@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/output/output_set.h>
+#include <vision/toolkit/output/pair_output.h>
 
 #include <vision/toolkit/failure.h>
 

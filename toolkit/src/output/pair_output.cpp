@@ -2,11 +2,8 @@
 #include <vision/toolkit/output/pair_output.h>
 
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/output/depth_formats.h>
-#include <vision/toolkit/output/disparity_formats.h>
+#include <vision/toolkit/output/encodings.h>
 #include <vision/toolkit/output/pictures.h>
-#include <vision/toolkit/output/ply.h>
-#include <vision/toolkit/output/png.h>
 
 #include <opencv2/core.hpp>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/output/picture_scale.h>
+#include <vision/toolkit/output/pictures.h>
 
 #include <opencv2/core.hpp>
 

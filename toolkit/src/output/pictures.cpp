@@ -4,8 +4,7 @@
 #include "output/colours.h"
 #include "output/legend.h"
 
-#include <vision/toolkit/text.h>
-
+#include <fmt/format.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -42,7 +41,7 @@ void drawDashes(cv::Mat& picture, const cv::Rect& line)
 std::string formatDepth(double metres)
 {
     const int before = metres < 1 ? 0 : static_cast<int>(std::log10(metres));
-    return formatFixed(metres, std::max(3 - before, 0)) + " m";
+    return fmt::format("{:.{}f}", metres, std::max(3 - before, 0)) + " m";
 }
 
 Legend makeLegend(const std::optional<ColourRange>& range, const char* nothing)
@@ -59,7 +58,7 @@ Legend makeLegend(const std::optional<ColourRange>& range, const char* nothing)
 ColourBar makeDisparityBar(const ColourRange& range, const DepthOfDisparity& depthAt)
 {
     const auto label = [depthAt](double disparity, int digits) {
-        std::string text = formatFixed(disparity, digits) + " px";
+        std::string text = fmt::format("{:.{}f}", disparity, digits) + " px";
         const double depth = depthAt ? depthAt(disparity) : 0;
         if (depth > 0 && std::isfinite(depth)) {
             text += "  " + formatDepth(depth);
@@ -71,7 +70,7 @@ ColourBar makeDisparityBar(const ColourRange& range, const DepthOfDisparity& dep
 
 ColourBar makeDepthBar(const ColourRange& range)
 {
-    const auto label = [](double depth, int digits) { return formatFixed(depth, digits) + " m"; };
+    const auto label = [](double depth, int digits) { return fmt::format("{:.{}f}", depth, digits) + " m"; };
     return {{range.high, range.low}, label};
 }
 
@@ -143,7 +142,7 @@ cv::Mat drawLevels(const cv::Mat& levels, const cv::Mat& unsearched)
         picture.setTo(cv::Scalar(known[level].colour), mask);
         const double percent = 100.0 * cv::countNonZero(mask) / static_cast<double>(levels.total());
         legend.below.push_back(
-            {known[level].colour, known[level].text + " " + formatFixed(percent, 1) + " %"});
+            {known[level].colour, known[level].text + " " + fmt::format("{:.1f}", percent) + " %"});
     }
     legend.below.push_back(known[0]);
     legend.below.push_back({unsearchedColour, "not searched"});

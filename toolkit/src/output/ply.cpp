@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/output/ply.h>
+#include <vision/toolkit/output/encodings.h>
 
 #include "output/little_endian.h"
 
-#include <vision/toolkit/depth/summary.h>
+#include <vision/toolkit/depth/depth_pipeline.h>
 
 #include <opencv2/core.hpp>
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "output/png16.h"
 
-#include <vision/toolkit/output/png.h>
+#include <vision/toolkit/output/pictures.h>
 
 #include <opencv2/core.hpp>
 

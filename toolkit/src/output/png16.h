@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#ifndef VISION_TOOLKIT_OUTPUT_PNG16_H
-#define VISION_TOOLKIT_OUTPUT_PNG16_H
+#ifndef VISION_TOOLKIT_SRC_OUTPUT_PNG16_H
+#define VISION_TOOLKIT_SRC_OUTPUT_PNG16_H
 
-#include <vision/toolkit/output/encoded_image.h>
+#include <vision/toolkit/output/encodings.h>
 
 #include <opencv2/core/mat.hpp>
 

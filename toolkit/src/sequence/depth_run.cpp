@@ -1,16 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/sequence/depth_run.h>
 
+#include "base/sampling.h"
+#include "features/range_verdict.h"
+#include "features/row_verdict.h"
+#include "parallel/pool.h"
+#include "parallel/run.h"
 #include "sequence/distinct_names.h"
-#include "sequence/pool.h"
 
 #include <vision/toolkit/depth/depth_pipeline.h>
-#include <vision/toolkit/depth/verdict.h>
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/input/resize.h>
+#include <vision/toolkit/input/images.h>
 #include <vision/toolkit/output/pair_output.h>
-#include <vision/toolkit/trust/range_verdict.h>
-#include <vision/toolkit/trust/row_verdict.h>
 
 #include <algorithm>
 #include <cmath>
@@ -20,17 +21,21 @@ namespace vision::toolkit {
 
 namespace {
 
+/// The pairs whose images tell the range of a sequence.
+constexpr std::size_t mostRangeSamples = 9;
+
 /// Finds what occurs in the whole sequence. Pairs that cannot be read say so when their turn comes.
-std::optional<DisparitySpan> findSpan(PairSequence& pairs, const DepthRun& run,
-                                      Pool<DepthPipeline>& pipelines)
+std::optional<DisparityRange> findDisparityRange(PairSequence& pairs, const DepthRun& run,
+                                                 Pool<DepthPipeline>& pipelines)
 {
-    std::vector<DisparitySpan> spans;
-    runInOrder(sampleEvenly(pairs.size()), run.jobs, [&](std::size_t pair) -> Work {
+    std::vector<DisparityRange> spans;
+    runInOrder(sampleEvenly(pairs.size(), mostRangeSamples), run.jobs, [&](std::size_t pair) -> Work {
         return [&, read = pairs.take(pair)]() -> Deliver {
-            std::optional<DisparitySpan> span;
+            std::optional<DisparityRange> span;
             try {
                 const ImagePair images = toEightBits(resize(read(), run.resize));
-                span = pipelines.with([&](DepthPipeline& pipeline) { return pipeline.findSpan(images); });
+                span = pipelines.with(
+                    [&](DepthPipeline& pipeline) { return pipeline.findDisparityRange(images); });
             } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
             }
             return [&spans, span] {
@@ -44,7 +49,7 @@ std::optional<DisparitySpan> findSpan(PairSequence& pairs, const DepthRun& run,
 }
 
 /// One scale for the pictures of all pairs, so that they can be compared; a single pair scales its own.
-PictureScale makeScale(const DepthRun& run, const cv::Size& size, const std::optional<DisparitySpan>& span,
+PictureScale makeScale(const DepthRun& run, const cv::Size& size, const std::optional<DisparityRange>& span,
                        bool isSequence)
 {
     PictureScale scale;
@@ -136,7 +141,7 @@ class PairProcessor
 {
 public:
     PairProcessor(const DepthRun& run, const OutputFolder& folder, Pool<DepthPipeline>& pipelines,
-                  std::optional<DisparitySpan> span, bool isSequence)
+                  std::optional<DisparityRange> span, bool isSequence)
         : _run(run), _folder(folder), _pipelines(pipelines), _span(span), _isSequence(isSequence)
     {
     }
@@ -159,7 +164,7 @@ private:
     void compute(DepthPipeline& pipeline, const RawPair& raw, PairReport& report) const
     {
         const ImagePair images = toEightBits(raw);
-        pipeline.setSpan(_span);
+        pipeline.setDisparityRange(_span);
         PairDepth depth;
         try {
             depth = pipeline.compute(images);
@@ -182,7 +187,7 @@ private:
     const DepthRun& _run;
     const OutputFolder& _folder;
     Pool<DepthPipeline>& _pipelines;
-    const std::optional<DisparitySpan> _span;
+    const std::optional<DisparityRange> _span;
     const bool _isSequence;
 };
 
@@ -201,9 +206,9 @@ void runDepth(PairSequence& pairs, const DepthRun& run, const OutputFolder& fold
 {
     requireDistinctNames(pairs);
     Pool<DepthPipeline> pipelines([&run] { return std::make_unique<DepthPipeline>(run.rig, run.settings); });
-    std::optional<DisparitySpan> span;
-    if (pipelines.with([](const DepthPipeline& pipeline) { return pipeline.needsSpan(); })) {
-        span = findSpan(pairs, run, pipelines);
+    std::optional<DisparityRange> span;
+    if (pipelines.with([](const DepthPipeline& pipeline) { return pipeline.needsDisparityRange(); })) {
+        span = findDisparityRange(pairs, run, pipelines);
     }
     const PairProcessor processor(run, folder, pipelines, span, pairs.size() > 1);
     runInOrder(selectShard(pairs.size(), run.shard), run.jobs, [&](std::size_t pair) -> Work {

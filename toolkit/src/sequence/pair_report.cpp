@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/sequence/pair_report.h>
+#include <vision/toolkit/sequence/depth_run.h>
 
-#include "json/json.h"
+#include "base/json.h"
 
 namespace vision::toolkit {
 

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/sequence/rectification_run.h>
 
+#include "parallel/pool.h"
+#include "parallel/run.h"
 #include "sequence/distinct_names.h"
-#include "sequence/pool.h"
 
 #include <vision/toolkit/depth/depth_pipeline.h>
 #include <vision/toolkit/failure.h>

@@ -2,9 +2,9 @@
 #ifndef VISION_TOOLKIT_DEPTH_RIG_H
 #define VISION_TOOLKIT_DEPTH_RIG_H
 
-#include <vision/toolkit/calibration/pair_file.h>
 #include <vision/toolkit/export.h>
 #include <vision/toolkit/matching/search_range.h>
+#include <vision/toolkit/records/calibration_pair.h>
 
 #include <opencv2/core/types.hpp>
 

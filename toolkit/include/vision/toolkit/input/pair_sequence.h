@@ -5,7 +5,7 @@
 #define VISION_TOOLKIT_INPUT_PAIR_SEQUENCE_H
 
 #include <vision/toolkit/export.h>
-#include <vision/toolkit/input/image_pair.h>
+#include <vision/toolkit/input/images.h>
 
 #include <cstddef>
 #include <functional>

@@ -3,7 +3,6 @@
 #define VISION_TOOLKIT_MATCHING_SEARCH_RANGE_H
 
 #include <vision/toolkit/export.h>
-#include <vision/toolkit/matching/rectified_pair.h>
 
 #include <optional>
 #include <vector>
@@ -25,7 +24,7 @@ inline bool operator==(const SearchRange& a, const SearchRange& b)
 }
 
 /// The disparities that occur in a scene, in px of images of a certain width.
-struct DisparitySpan
+struct DisparityRange
 {
     double lowest;
     double highest;
@@ -49,24 +48,19 @@ struct DepthScale
 /// The span of what lies between two depths.
 /// @param nearest,farthest depths, 0 < nearest <= farthest; the farthest may be infinite
 /// @param width of the images that the scale holds for, px
-VISION_TOOLKIT_EXPORT DisparitySpan spanBetween(double nearest, double farthest, const DepthScale& scale,
-                                                int width);
+VISION_TOOLKIT_EXPORT DisparityRange rangeBetween(double nearest, double farthest, const DepthScale& scale,
+                                                  int width);
 
 /// The smallest range that covers a span in images of the given width.
 ///
 /// It leaves out what would lie outside the other image, and what the matchers cannot express (beyond 2047
 /// px).
 /// @throws Failure when nothing is left
-VISION_TOOLKIT_EXPORT SearchRange toSearchRange(const DisparitySpan& span, int width);
-
-/// Finds the disparities that occur in a pair, with a margin, by matching it coarsely over 60 % of its width.
-/// @param lowestPossible px, no disparity below it is looked for: that at infinity where it is known
-/// @return nothing when too little of the images matches
-VISION_TOOLKIT_EXPORT std::optional<DisparitySpan> findSpan(const RectifiedPair& pair, double lowestPossible);
+VISION_TOOLKIT_EXPORT SearchRange toSearchRange(const DisparityRange& span, int width);
 
 /// The span that holds all of them, whatever their widths, in px of the first one's.
 /// @return nothing when there are none
-VISION_TOOLKIT_EXPORT std::optional<DisparitySpan> join(const std::vector<DisparitySpan>& spans);
+VISION_TOOLKIT_EXPORT std::optional<DisparityRange> join(const std::vector<DisparityRange>& spans);
 
 } // namespace vision::toolkit
 

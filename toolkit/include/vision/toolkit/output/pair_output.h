@@ -3,18 +3,70 @@
 #define VISION_TOOLKIT_OUTPUT_PAIR_OUTPUT_H
 
 #include <vision/toolkit/export.h>
+#include <vision/toolkit/files/output_files.h>
 #include <vision/toolkit/note.h>
-#include <vision/toolkit/output/output_files.h>
-#include <vision/toolkit/output/output_set.h>
-#include <vision/toolkit/output/picture_scale.h>
+#include <vision/toolkit/output/pictures.h>
 
 #include <opencv2/core/mat.hpp>
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <vector>
 
 namespace vision::toolkit {
+
+/// A result of a pair that can be written.
+enum class Product
+{
+    DisparityPicture, ///< "disparity-png": NAME-disparity.png, for people
+    DisparityPfm,     ///< "disparity-pfm": NAME-disparity.pfm
+    DisparityTiff,    ///< "disparity-tiff": NAME-disparity.tiff
+    DisparityPng16,   ///< "disparity-png16": NAME-disparity16.png
+    DepthPicture,     ///< "depth-png": NAME-depth.png, for people
+    DepthPng16,       ///< "depth-png16": NAME-depth16.png
+    DepthTiff,        ///< "depth-tiff": NAME-depth.tiff
+    Points,           ///< "points-ply": NAME-points.ply
+    Rectified,        ///< "rectified": NAME-rectified-left.png and NAME-rectified-right.png
+    RectifiedRows,    ///< "rectified-rows": NAME-rectified.png, for people
+    Levels,           ///< "level-png": NAME-level.png, for people
+};
+
+/// Which results of a pair are written, and how their files are called. May be used by several threads.
+class VISION_TOOLKIT_EXPORT OutputSet
+{
+public:
+    explicit OutputSet(std::set<Product> products) : _products(std::move(products)) {}
+
+    /// A look at everything, the disparity for programs and the points: "rectified-rows", "disparity-png",
+    /// "disparity-pfm" and, where depths are known, "points-ply".
+    static OutputSet makeDefault(bool hasDepth);
+
+    /// Parses a list of names with commas between them, such as "disparity-png16,points-ply".
+    /// @param option what the list was given with, for the message
+    /// @throws Failure naming the option when one is unknown; it lists those that exist
+    static OutputSet parse(const std::string& option, const std::string& list);
+
+    /// All names that parse() takes, with commas between them.
+    static std::string listNames();
+
+    bool has(Product product) const { return _products.count(product) != 0; }
+
+    const std::set<Product>& products() const { return _products; }
+
+    /// Whether depths must be known to write the set, not only disparities.
+    bool needsDepth() const;
+
+    /// The files of a pair with this name, in the order in which they are written.
+    std::vector<std::string> listFiles(const std::string& name) const;
+
+    /// Tests before the work whether the files of a pair may be written after it.
+    /// @throws Failure as OutputFolder::requireFree
+    void requireFree(const std::string& name, const OutputFolder& folder) const;
+
+private:
+    std::set<Product> _products;
+};
 
 /// What was computed of a pair. What the output set does not ask for may be empty.
 struct PairResults

@@ -11,13 +11,39 @@
 #define VISION_TOOLKIT_OUTPUT_PICTURES_H
 
 #include <vision/toolkit/export.h>
-#include <vision/toolkit/output/picture_scale.h>
 
 #include <opencv2/core/mat.hpp>
 
+#include <functional>
 #include <optional>
+#include <string>
 
 namespace vision::toolkit {
+
+/// The values at the ends of the colours of a picture; low is below high.
+struct ColourRange
+{
+    double low;
+    double high;
+};
+
+/// The depth in m of a disparity in px; not positive or not finite for one that no point has.
+using DepthOfDisparity = std::function<double(double)>;
+
+/// What the colours of the pictures of a pair mean. For the pictures of a sequence to be comparable, all get
+/// the same.
+struct PictureScale
+{
+    std::optional<ColourRange> disparity; ///< px; of each picture itself when not given
+    std::optional<ColourRange> depth;     ///< m; of each picture itself when not given
+    DepthOfDisparity depthAt;             ///< empty when the depths are not known
+};
+
+/// A range in which nearly all values of an image lie: all but half a percent at both ends, and a tenth more
+/// there, but not beyond the least and the largest value.
+/// @param values `CV_32FC1`; those that are not finite do not count
+/// @return nothing when none counts
+VISION_TOOLKIT_EXPORT std::optional<ColourRange> findColourRange(const cv::Mat& values);
 
 /// Draws both rectified images side by side with lines along the rows, on which corresponding points lie:
 /// green ones, or dashes of black and white over grey images, which take a third of the bytes.
@@ -44,6 +70,11 @@ VISION_TOOLKIT_EXPORT cv::Mat drawDepth(const cv::Mat& depth, const cv::Mat& uns
 /// @param unsearched as for drawDisparity()
 /// @return `CV_8UC3`
 VISION_TOOLKIT_EXPORT cv::Mat drawLevels(const cv::Mat& levels, const cv::Mat& unsearched);
+
+/// Encodes an image or a picture as PNG, with the channels and the bit depth that it has.
+/// @param image 8 or 16 bits; 1, 3 (BGR) or 4 channels
+/// @throws cv::Exception for any other image
+VISION_TOOLKIT_EXPORT std::string encodePng(const cv::Mat& image);
 
 } // namespace vision::toolkit
 

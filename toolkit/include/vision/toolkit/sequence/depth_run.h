@@ -1,24 +1,55 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
+/// What became of one pair of a sequence.
 /// The depth of all pairs of a sequence.
 #ifndef VISION_TOOLKIT_SEQUENCE_DEPTH_RUN_H
 #define VISION_TOOLKIT_SEQUENCE_DEPTH_RUN_H
 
-#include <vision/toolkit/depth/depth_settings.h>
+#include <vision/toolkit/depth/depth_pipeline.h>
 #include <vision/toolkit/depth/rig.h>
 #include <vision/toolkit/export.h>
+#include <vision/toolkit/features/row_offsets.h>
+#include <vision/toolkit/files/output_files.h>
+#include <vision/toolkit/input/images.h>
 #include <vision/toolkit/input/pair_sequence.h>
-#include <vision/toolkit/output/output_files.h>
-#include <vision/toolkit/output/output_set.h>
-#include <vision/toolkit/output/picture_scale.h>
-#include <vision/toolkit/sequence/pair_report.h>
-#include <vision/toolkit/sequence/run.h>
+#include <vision/toolkit/matching/search_range.h>
+#include <vision/toolkit/note.h>
+#include <vision/toolkit/output/pair_output.h>
+#include <vision/toolkit/output/pictures.h>
+#include <vision/toolkit/sequence/shard.h>
+
+#include <opencv2/core/types.hpp>
 
 #include <cstddef>
+#include <filesystem>
 #include <functional>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace vision::toolkit {
+
+/// The result of a pair, or why there is none.
+struct PairReport
+{
+    std::string name;       ///< what its files are called after
+    PairNames images;       ///< what messages call them
+    std::string error;      ///< empty unless the pair could not be processed; then nothing below is set
+    bool isSkipped = false; ///< its results were there already; then nothing below is set
+    cv::Size size;          ///< of the images as matched, px
+    SearchRange range{};    ///< px of that size
+    DepthSummary summary{};
+    bool hasDepth = false; ///< otherwise there are disparities only
+    RowOffsets rows{};
+    Notes notes;
+    std::vector<std::filesystem::path> files;
+};
+
+/// One line of JSON: an object with `name` and, if the pair was processed, `matched`, `beyond` (shares from 0
+/// to 1), `nearest`, `median`, `farthest` (m, null without depth), `minDisparity`, `disparities`,
+/// `rowOffsetMedian`, `rowOffsetSpread` (px, null when not known), `notes` (objects with `code` and `text`)
+/// and `files`; otherwise `error` or `skipped`.
+VISION_TOOLKIT_EXPORT std::string toJson(const PairReport& report);
 
 /// How a sequence is processed.
 struct DepthRun

@@ -4,11 +4,11 @@
 #ifndef VISION_TOOLKIT_SEQUENCE_RECTIFICATION_RUN_H
 #define VISION_TOOLKIT_SEQUENCE_RECTIFICATION_RUN_H
 
-#include <vision/toolkit/calibration/pair_file.h>
 #include <vision/toolkit/export.h>
+#include <vision/toolkit/files/output_files.h>
 #include <vision/toolkit/input/pair_sequence.h>
-#include <vision/toolkit/output/output_files.h>
-#include <vision/toolkit/sequence/run.h>
+#include <vision/toolkit/records/calibration_pair.h>
+#include <vision/toolkit/sequence/shard.h>
 
 #include <filesystem>
 #include <functional>

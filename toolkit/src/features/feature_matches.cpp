@@ -1,0 +1,156 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <vision/toolkit/features/row_offsets.h>
+
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+
+namespace vision::toolkit {
+
+namespace {
+
+/// Images of falling size, each half as wide as the one before; the last one is about 200 px wide.
+std::vector<cv::Mat> makePyramid(const cv::Mat& image)
+{
+    constexpr int widest = 266; // so that the smallest one is between 133 and 266 px wide
+    std::vector<cv::Mat> pyramid{image};
+    while (pyramid.back().cols > widest) {
+        cv::Mat half;
+        cv::resize(pyramid.back(), half, pyramid.back().size() / 2, 0, 0, cv::INTER_AREA);
+        pyramid.push_back(half);
+    }
+    return pyramid;
+}
+
+cv::Rect squareAround(const cv::Point& centre, int half)
+{
+    return {centre.x - half, centre.y - half, 2 * half + 1, 2 * half + 1};
+}
+
+bool isInside(const cv::Rect& part, const cv::Mat& image)
+{
+    return (part & cv::Rect({0, 0}, image.size())) == part;
+}
+
+/// The place of the maximum of a parabola through three values, from the middle one.
+double interpolatePeak(float before, float middle, float after)
+{
+    const double curvature = double{before} - 2 * double{middle} + double{after};
+    return curvature < 0 ? 0.5 * (double{before} - double{after}) / curvature : 0;
+}
+
+struct Place
+{
+    cv::Point2d shift; ///< from the patch in the left image to its place in the right one
+    double score;
+    double second; ///< best score elsewhere
+};
+
+/// Searches a patch of the left image in a part of the right one.
+/// @return nothing when the best place is at the edge of the part, so that the true one may lie beyond
+std::optional<Place> search(const cv::Mat& left, const cv::Mat& right, const cv::Rect& patch,
+                            const cv::Rect& part)
+{
+    if (part.width < patch.width + 2 || part.height < patch.height + 2) {
+        return std::nullopt;
+    }
+    cv::Mat scores;
+    cv::matchTemplate(right(part), left(patch), scores, cv::TM_CCOEFF_NORMED);
+    Place place{};
+    cv::Point peak;
+    cv::minMaxLoc(scores, nullptr, &place.score, nullptr, &peak);
+    if (!isInside(squareAround(peak, 1), scores)) {
+        return std::nullopt;
+    }
+    const auto at = [&](int x, int y) { return scores.at<float>(peak.y + y, peak.x + x); };
+    place.shift = {part.x + peak.x - patch.x + interpolatePeak(at(-1, 0), at(0, 0), at(1, 0)),
+                   part.y + peak.y - patch.y + interpolatePeak(at(0, -1), at(0, 0), at(0, 1))};
+    constexpr int samePeak = 2; // px
+    scores(squareAround(peak, samePeak) & cv::Rect({0, 0}, scores.size())).setTo(-1);
+    cv::minMaxLoc(scores, nullptr, &place.second);
+    return place;
+}
+
+/// Finds the shift of a corner anywhere in the right image.
+std::optional<cv::Point2d> searchEverywhere(const cv::Mat& left, const cv::Mat& right,
+                                            const cv::Point& corner)
+{
+    constexpr int half = 5;
+    constexpr double similar = 0.8;
+    constexpr double unique = 0.9;   // share of the best score that no other place may reach
+    constexpr double farthest = 0.6; // of the width
+    constexpr double highest = 0.03;
+    const cv::Rect patch = squareAround(corner, half);
+    if (!isInside(patch, left)) {
+        return std::nullopt;
+    }
+    const int reach = cvRound(farthest * left.cols);
+    const int rows = std::max(cvRound(highest * left.cols), 2);
+    const cv::Rect part(patch.x - reach, patch.y - rows, patch.width + 2 * reach, patch.height + 2 * rows);
+    const auto place = search(left, right, patch, part & cv::Rect({0, 0}, right.size()));
+    if (!place || place->score < similar || place->second > unique * place->score) {
+        return std::nullopt;
+    }
+    return place->shift;
+}
+
+/// Improves a shift that is known to a pixel of half the size.
+std::optional<cv::Point2d> refine(const cv::Mat& left, const cv::Mat& right, const cv::Point& corner,
+                                  const cv::Point2d& shift)
+{
+    constexpr int half = 7;
+    constexpr int reach = 3;
+    constexpr double similar = 0.7; // noise is not averaged any more
+    const cv::Rect patch = squareAround(corner, half);
+    const cv::Rect part = squareAround(corner + cv::Point(cvRound(shift.x), cvRound(shift.y)), half + reach);
+    if (!isInside(patch, left) || !isInside(part, right)) {
+        return std::nullopt;
+    }
+    const auto place = search(left, right, patch, part);
+    return place && place->score >= similar ? std::optional(place->shift) : std::nullopt;
+}
+
+/// The same place in an image twice as large; whole numbers are the centres of pixels.
+cv::Point2d enlarge(const cv::Point2d& point, const cv::Mat& from, const cv::Mat& to)
+{
+    return {(point.x + 0.5) * to.cols / from.cols - 0.5, (point.y + 0.5) * to.rows / from.rows - 0.5};
+}
+
+std::optional<FeatureMatch> matchCorner(const std::vector<cv::Mat>& left, const std::vector<cv::Mat>& right,
+                                        const cv::Point& coarse)
+{
+    auto shift = searchEverywhere(left.back(), right.back(), coarse);
+    cv::Point corner = coarse;
+    for (std::size_t above = left.size() - 1; shift && above > 0; --above) {
+        const cv::Mat& smaller = left[above];
+        const std::size_t level = above - 1;
+        const cv::Point2d target = enlarge(cv::Point2d(corner) + *shift, smaller, left[level]);
+        corner = enlarge(corner, smaller, left[level]);
+        shift = refine(left[level], right[level], corner, target - cv::Point2d(corner));
+    }
+    return shift ? std::optional(FeatureMatch{corner, cv::Point2d(corner) + *shift}) : std::nullopt;
+}
+
+} // namespace
+
+FeatureMatches matchFeatures(const cv::Mat& left, const cv::Mat& right, int most)
+{
+    constexpr double quality = 0.01;
+    constexpr double distance = 4; // px
+    const auto leftPyramid = makePyramid(left);
+    const auto rightPyramid = makePyramid(right);
+    std::vector<cv::Point2f> corners;
+    cv::goodFeaturesToTrack(leftPyramid.back(), corners, most, quality, distance);
+    FeatureMatches result;
+    result.features = corners.size();
+    for (const cv::Point2f& corner : corners) {
+        if (const auto match = matchCorner(leftPyramid, rightPyramid, corner)) {
+            result.matches.push_back(*match);
+        }
+    }
+    return result;
+}
+
+} // namespace vision::toolkit

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "interchange/source.h"
+
+#include <vision/toolkit/failure.h>
+
+#include <opencv2/core.hpp>
+
+#include <algorithm>
+
+namespace vision::toolkit {
+
+namespace {
+
+cv::Mat readMatrix(const std::vector<cv::FileStorage>& storages, const std::vector<std::string>& files,
+                   const char* key, int rows, int columns)
+{
+    cv::Mat matrix;
+    for (const cv::FileStorage& storage : storages) {
+        if (!storage[key].empty()) {
+            storage[key] >> matrix;
+        }
+    }
+    const bool fits = matrix.dims == 2 && matrix.channels() == 1 && matrix.depth() >= CV_32F &&
+                      (rows == 0 || (matrix.rows == rows && matrix.cols == columns)) &&
+                      cv::checkRange(matrix);
+    if (matrix.empty() || !fits) {
+        throw Failure(files.front() + ": lacks a usable matrix " + key +
+                      "; give both files, intrinsics.yml and extrinsics.yml");
+    }
+    matrix.convertTo(matrix, CV_32F);
+    return matrix;
+}
+
+} // namespace
+
+CalibrationPair readOpenCvStereo(const std::vector<std::string>& files, const ForeignDetails& details)
+{
+    if (!details.imageSize) {
+        throw Failure(files.front() +
+                      ": does not hold the size of the images; give it with --size, such as 640x480");
+    }
+    if (!details.metresPerUnit) {
+        throw Failure(files.front() +
+                      ": does not say in what its lengths are; give the edge of a square as the "
+                      "sample was given it, or the unit, with --unit, such as 25mm or 1m");
+    }
+    std::vector<cv::FileStorage> storages;
+    storages.reserve(files.size());
+    for (const std::string& file : files) {
+        storages.emplace_back(file, cv::FileStorage::READ);
+    }
+    CalibrationPair pair;
+    const char* const keys[2][4] = {{"M1", "D1", "R1", "P1"}, {"M2", "D2", "R2", "P2"}};
+    Calibration* const records[] = {&pair.left, &pair.right};
+    for (int camera = 0; camera < 2; ++camera) {
+        Calibration& record = *records[camera];
+        record.width = details.imageSize->width;
+        record.height = details.imageSize->height;
+        record.cameraMatrix = readMatrix(storages, files, keys[camera][0], 3, 3);
+        record.distortion = readMatrix(storages, files, keys[camera][1], 0, 0).reshape(1, 1);
+        record.rectificationMatrix = readMatrix(storages, files, keys[camera][2], 3, 3);
+        record.projectionMatrix = readMatrix(storages, files, keys[camera][3], 3, 4);
+        for (int row = 0; row < 2; ++row) {
+            record.projectionMatrix.at<float>(row, 3) *= static_cast<float>(*details.metresPerUnit);
+        }
+    }
+    return pair;
+}
+
+} // namespace vision::toolkit

@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+/// A matching of both images to each other.
+#ifndef VISION_TOOLKIT_SRC_MATCHING_LEFT_RIGHT_CHECK_H
+#define VISION_TOOLKIT_SRC_MATCHING_LEFT_RIGHT_CHECK_H
+
+#include <vision/toolkit/matching/matcher.h>
+
+namespace vision::toolkit {
+
+/// Matches a pair at one size, both ways if so set, and drops what lies outside.
+/// @param settings complete
+/// @return `CV_32FC1`, px; +infinity where nothing was matched
+cv::Mat matchAtOneSize(const RectifiedPair& pair, const SearchRange& range, const MatcherSettings& settings,
+                       int threads);
+
+/// Drops the matches of pixels and with pixels that show nothing or lie outside the image.
+void dropOutside(cv::Mat& disparity, const RectifiedPair& pair);
+
+} // namespace vision::toolkit
+
+#endif

@@ -1,0 +1,104 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <vision/toolkit/records/calibration_pair.h>
+
+#include "base/text.h"
+
+#include <vision/toolkit/failure.h>
+#include <vision/toolkit/records/inspection.h>
+
+#include <opencv2/core.hpp>
+
+#include <filesystem>
+
+namespace vision::toolkit {
+
+namespace {
+
+constexpr const char* remedy = "; make a new one with 'stereovision calibrate'";
+
+/// OpenCV cuts a file name at this sign.
+constexpr char cuttingSign = '?';
+
+void requireReadable(const std::string& file)
+{
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::file_status status = fs::status(file, error);
+    if (!fs::exists(status)) {
+        throw Failure(file + ": cannot open the calibration: " + error.message() +
+                      "; check the name, or make one with 'stereovision calibrate'");
+    }
+    if (!fs::is_regular_file(status)) {
+        throw Failure(file + ": is a folder or a device; name a calibration file");
+    }
+    if (file.find(cuttingSign) != std::string::npos) {
+        throw Failure(file + ": OpenCV cannot open a name with a question mark; rename the file");
+    }
+}
+
+bool isSame(const std::filesystem::path& file, const Calibration& calibration)
+{
+    try {
+        Calibration found;
+        found.load(file.string());
+        return found == calibration;
+    } catch (const std::exception&) { // the file is missing or cut off
+        return false;
+    }
+}
+
+} // namespace
+
+Calibration loadCalibration(const std::string& file)
+{
+    requireReadable(file);
+    const auto format = identify(file);
+    if (format && *format != CalibrationFormat::Own) {
+        throw Failure(file + ": is " + nameOf(*format) + "; convert it with 'stereovision convert " + file +
+                      " --output calibration', with both cameras' files if there are two");
+    }
+    Calibration calibration;
+    try {
+        calibration.load(file);
+    } catch (const std::exception& error) {
+        throw Failure(file + ": is no calibration file, or a broken one: " + describe(error) + remedy);
+    }
+    return calibration;
+}
+
+Calibration loadUsable(const std::string& file)
+{
+    Calibration calibration = loadCalibration(file);
+    const Notes faults = findFaults(calibration);
+    if (!faults.empty()) {
+        throw Failure(file + ": is no usable calibration: " + faults.front().text);
+    }
+    return calibration;
+}
+
+CalibrationPair loadCalibrations(const std::string& leftFile, const std::string& rightFile)
+{
+    CalibrationPair pair{loadUsable(leftFile), loadUsable(rightFile)};
+    const Notes faults = findPairFaults(pair.left, pair.right);
+    if (!faults.empty()) {
+        throw Failure(leftFile + " and " + rightFile + ": " + faults.front().text);
+    }
+    return pair;
+}
+
+void saveCalibration(const Calibration& calibration, const std::string& name, OutputFiles& output)
+{
+    const std::filesystem::path temporary = output.stage(name);
+    const std::filesystem::path file = temporary.parent_path() / name;
+    if (temporary.string().find(cuttingSign) != std::string::npos) {
+        throw Failure(file.string() +
+                      ": OpenCV cannot write a name with a question mark; choose another --output");
+    }
+    calibration.save(temporary.string());
+    if (!isSame(temporary, calibration)) {
+        throw Failure(file.string() +
+                      ": cannot write the file in full; free space or choose another --output");
+    }
+}
+
+} // namespace vision::toolkit
