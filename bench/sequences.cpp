@@ -56,8 +56,8 @@ void process(const std::string& images, const DepthRun& run)
     {
         const OutputFolder output(folder, true);
         runDepth(*pairs, run, output, [](const PairReport& report) {
-            if (!report.error.empty()) {
-                std::fprintf(stderr, "%s\n", report.error.c_str());
+            if (report.error) {
+                std::fprintf(stderr, "%s\n", report.error->text.c_str());
                 std::exit(1);
             }
         });

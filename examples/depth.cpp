@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/stereo.h>
-
-#include <opencv2/imgcodecs.hpp>
-
 #include <iostream>
+#include <opencv2/imgcodecs.hpp>
+#include <vision/stereo.h>
 
 int main(int, char** argv) // left.yml right.yml left.png right.png
 {

@@ -124,12 +124,12 @@ public:
     void tell(const PairReport& report)
     {
         ++_pairs;
-        _failed += report.error.empty() ? 0 : 1;
+        _failed += report.error ? 1 : 0;
         if (_options.json) {
             _console.result(toJson(report));
         }
-        if (!report.error.empty()) {
-            _console.error(report.error);
+        if (report.error) {
+            _console.error(*report.error);
         } else if (!_options.json && !_options.quiet) {
             describe(report);
         }
@@ -159,10 +159,11 @@ private:
     /// What holds for one pair names it; what is the same for all is told once.
     void tellNotes(const PairReport& report)
     {
-        for (const auto& [code, text] : report.notes) {
-            const bool isConversion =
-                code == "scaled-to-8-bits" || code == "alpha-ignored" || code == "converted-to-grey";
-            _console.note(isConversion ? text : report.images.left + ": " + text);
+        for (Note note : report.notes) {
+            if (note.severity != Severity::Info) {
+                note.subject = report.images.left;
+            }
+            _console.note(note);
         }
     }
 

@@ -32,9 +32,9 @@ ExitCode runRectify(const RectifyOptions& options, Console& console)
     std::size_t failed = 0;
     console.startProgress("rectifying", selectShard(pairs->size(), run.shard).size());
     runRectification(*pairs, run, folder, [&](const RectificationReport& report) {
-        ++(report.error.empty() ? done : failed);
-        if (!report.error.empty()) {
-            console.error(report.error);
+        ++(!report.error ? done : failed);
+        if (report.error) {
+            console.error(*report.error);
         }
         for (const auto& file : report.files) {
             console.result("wrote " + file.string());

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/console.h"
 
+#include "console/ways_out.h"
+
 #include <fmt/format.h>
 
 #include <cstdio>
 #include <unistd.h>
 
 namespace tool {
+
+using vision::toolkit::Note;
 
 Console::Console() : _isTerminal(isatty(STDERR_FILENO) == 1) {}
 
@@ -30,16 +34,26 @@ void Console::note(const std::string& text)
     }
 }
 
+void Console::note(const Note& note)
+{
+    this->note(toText(note) + wayOut(note.code));
+}
+
 void Console::notes(const vision::toolkit::Notes& notes)
 {
-    for (const auto& [code, text] : notes) {
-        note(text);
+    for (const Note& one : notes) {
+        note(one);
     }
 }
 
 void Console::error(const std::string& text)
 {
     tell("error", text);
+}
+
+void Console::error(const Note& note)
+{
+    error(toText(note) + wayOut(note.code));
 }
 
 void Console::startProgress(const std::string& task, std::size_t total)

@@ -24,11 +24,14 @@ public:
     /// Prints a line of the result.
     void result(const std::string& line);
 
-    /// Tells what the user should know although all is well. The same text is told once only.
+    /// Tells what the user should know although all is well, with the option that is the way out. The same
+    /// text is told once only.
     void note(const std::string& text);
+    void note(const vision::toolkit::Note& note);
     void notes(const vision::toolkit::Notes& notes);
 
     void error(const std::string& text);
+    void error(const vision::toolkit::Note& note);
 
     /// Starts the progress of a task of so many steps; with its last step it disappears.
     void startProgress(const std::string& task, std::size_t total);

@@ -1,21 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/failure.h>
 
-#include <opencv2/core.hpp>
-
-#include <new>
-
 namespace vision::toolkit {
 
-std::string describe(const std::exception& error)
+Failure::Failure(Note note) : std::runtime_error(toText(note)), _note(std::move(note)) {}
+
+Failure::Failure(const std::string& code, const std::string& subject, const std::string& text)
+    : Failure(Note(code, Severity::Wrong, text, subject))
 {
-    if (const auto* fromOpenCv = dynamic_cast<const cv::Exception*>(&error)) {
-        return "OpenCV: " + fromOpenCv->err + " (in " + fromOpenCv->func + ")";
-    }
-    if (dynamic_cast<const std::bad_alloc*>(&error) != nullptr) {
-        return "not enough memory";
-    }
-    return error.what();
 }
+
+Failure::Failure(const std::string& text) : Failure("failure", {}, text) {}
 
 } // namespace vision::toolkit

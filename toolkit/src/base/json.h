@@ -23,8 +23,8 @@ inline Json numberOrNull(double value, bool isKnown = true)
 inline Json listNotes(const Notes& notes)
 {
     Json list = Json::array();
-    for (const auto& [code, text] : notes) {
-        list.push_back({{"code", code}, {"text", text}});
+    for (const Note& note : notes) {
+        list.push_back({{"code", note.code}, {"severity", nameOf(note.severity)}, {"text", toText(note)}});
     }
     return list;
 }

@@ -128,7 +128,7 @@ Notes search(const PairSequence::Read& read, const Board& board, PairDetection& 
         return images.notes;
     } catch (const std::exception& error) {
         pair.isFailed = true;
-        pair.reason = describe(error);
+        pair.reason = toText(describe(error));
         return {};
     }
 }

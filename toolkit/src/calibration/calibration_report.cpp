@@ -193,7 +193,7 @@ CalibrationReport calibrate(const BoardSearch& search, const CalibrationOptions&
             fit(search, options, report);
         } catch (const cv::Exception& error) {
             refuse("not-determined",
-                   "these views determine no cameras (" + describe(error) +
+                   "these views determine no cameras (" + toText(describe(error)) +
                        "): take images with the board tilted and in all parts of the image",
                    report);
         }

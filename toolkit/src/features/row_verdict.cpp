@@ -48,8 +48,7 @@ Notes judgeRows(const RowOffsets& rows, const RowOffsets& exchanged)
         return {};
     }
     if (areBehind(rows) || (isForeign(rows) && isKnown(exchanged) && !isForeign(exchanged))) {
-        return {{"images-swapped",
-                 "the left and the right image seem to be swapped: exchange --left and --right"}};
+        return {{"images-swapped", "the left and the right image seem to be swapped"}};
     }
     if (isForeign(rows)) {
         return {{"images-do-not-correspond",

@@ -101,7 +101,7 @@ cv::Mat readImage(const std::string& file)
     try {
         image = cv::imdecode(bytes, cv::IMREAD_UNCHANGED);
     } catch (const cv::Exception& error) {
-        throw Failure(file + ": cannot decode the image: " + describe(error));
+        throw Failure(file + ": cannot decode the image: " + toText(describe(error)));
     }
     if (image.empty()) {
         throw Failure(file + ": is damaged or not an image of a known format; convert it to PNG");

@@ -26,13 +26,6 @@ void requireUsable(const cv::Mat& image, const std::string& name)
     }
 }
 
-void noteOnce(const char* code, const std::string& text, Notes& notes)
-{
-    if (std::none_of(notes.begin(), notes.end(), [code](const Note& note) { return note.code == code; })) {
-        notes.push_back({code, text});
-    }
-}
-
 cv::Mat dropAlpha(const cv::Mat& image, Notes& notes)
 {
     if (image.channels() != 4) {
@@ -40,7 +33,7 @@ cv::Mat dropAlpha(const cv::Mat& image, Notes& notes)
     }
     cv::Mat colour;
     cv::cvtColor(image, colour, cv::COLOR_BGRA2BGR);
-    noteOnce("alpha-ignored", "the alpha channel of images is ignored", notes);
+    append(notes, {{"alpha-ignored", Severity::Info, "the alpha channel of images is ignored"}});
     return colour;
 }
 
@@ -82,11 +75,12 @@ void scaleToEightBits(RawPair& pair, double brightest, Notes& notes)
     for (cv::Mat* image : {&pair.left, &pair.right}) {
         if (image->depth() == CV_16U) {
             image->convertTo(*image, CV_8U, factor);
-            noteOnce(
-                "scaled-to-8-bits",
-                "16-bit images are scaled to 8 bits (taken as the fewest of 8, 10, 12, 14 and 16 that hold "
-                "the brightest pixel of the pair)",
-                notes);
+            append(
+                notes,
+                {{"scaled-to-8-bits",
+                  Severity::Info,
+                  "16-bit images are scaled to 8 bits (taken as the fewest of 8, 10, 12, 14 and 16 that hold "
+                  "the brightest pixel of the pair)"}});
         }
     }
 }
@@ -96,7 +90,8 @@ InputImage toGrey(const cv::Mat& image, Notes& notes)
     InputImage input{image, image};
     if (image.channels() == 3) {
         cv::cvtColor(image, input.grey, cv::COLOR_BGR2GRAY);
-        noteOnce("converted-to-grey", "colour images are converted to grey for matching", notes);
+        append(notes,
+               {{"converted-to-grey", Severity::Info, "colour images are converted to grey for matching"}});
     }
     return input;
 }

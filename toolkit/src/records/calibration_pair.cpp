@@ -61,7 +61,8 @@ Calibration loadCalibration(const std::string& file)
     try {
         calibration.load(file);
     } catch (const std::exception& error) {
-        throw Failure(file + ": is no calibration file, or a broken one: " + describe(error) + remedy);
+        throw Failure(file + ": is no calibration file, or a broken one: " + toText(describe(error)) +
+                      remedy);
     }
     return calibration;
 }

@@ -77,17 +77,6 @@ PictureScale makeScale(const DepthRun& run, const cv::Size& size, const std::opt
     return scale;
 }
 
-/// Adds notes of a kind that is not told yet.
-void append(Notes& notes, const Notes& more)
-{
-    for (const Note& note : more) {
-        const auto isSame = [&note](const Note& told) { return told.code == note.code; };
-        if (std::none_of(notes.begin(), notes.end(), isSame)) {
-            notes.push_back(note);
-        }
-    }
-}
-
 /// Exchanged images are noticed by what they share once they are exchanged back.
 Notes checkRows(const DepthPipeline& pipeline, const RawPair& raw, const RowOffsets& rows, double atInfinity)
 {
@@ -169,7 +158,7 @@ private:
         try {
             depth = pipeline.compute(images);
         } catch (const std::exception& error) {
-            throw Failure(report.images.left + ": " + describe(error));
+            throw Failure(about(report.images.left, describe(error)));
         }
         report.size = depth.disparity.size();
         report.range = depth.range;

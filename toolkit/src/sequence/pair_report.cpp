@@ -35,8 +35,9 @@ Json describeResult(const PairReport& report)
 std::string toJson(const PairReport& report)
 {
     Json json{{"name", report.name}};
-    if (!report.error.empty()) {
-        json["error"] = report.error;
+    if (report.error) {
+        json["error"] = toText(*report.error);
+        json["code"] = report.error->code;
     } else if (report.isSkipped) {
         json["skipped"] = true;
     } else {

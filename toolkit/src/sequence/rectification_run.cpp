@@ -20,7 +20,7 @@ RawPair rectify(const RawPair& raw, const PairNames& images, Pipelines& pipeline
     try {
         return pipelines.with([&raw](const DepthPipeline& pipeline) { return pipeline.rectify(raw); });
     } catch (const std::exception& error) {
-        throw Failure(images.left + ": " + describe(error));
+        throw Failure(about(images.left, describe(error)));
     }
 }
 

@@ -32,12 +32,12 @@ namespace vision::toolkit {
 /// The result of a pair, or why there is none.
 struct PairReport
 {
-    std::string name;       ///< what its files are called after
-    PairNames images;       ///< what messages call them
-    std::string error;      ///< empty unless the pair could not be processed; then nothing below is set
-    bool isSkipped = false; ///< its results were there already; then nothing below is set
-    cv::Size size;          ///< of the images as matched, px
-    SearchRange range{};    ///< px of that size
+    std::string name;          ///< what its files are called after
+    PairNames images;          ///< what messages call them
+    std::optional<Note> error; ///< why the pair could not be processed; then nothing below is set
+    bool isSkipped = false;    ///< its results were there already; then nothing below is set
+    cv::Size size;             ///< of the images as matched, px
+    SearchRange range{};       ///< px of that size
     DepthSummary summary{};
     bool hasDepth = false; ///< otherwise there are disparities only
     RowOffsets rows{};

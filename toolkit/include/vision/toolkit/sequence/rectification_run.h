@@ -12,7 +12,7 @@
 
 #include <filesystem>
 #include <functional>
-#include <string>
+#include <optional>
 #include <vector>
 
 namespace vision::toolkit {
@@ -29,7 +29,7 @@ struct RectificationRun
 struct RectificationReport
 {
     std::vector<std::filesystem::path> files;
-    std::string error; ///< empty when there is none
+    std::optional<Note> error;
 };
 
 /// Rectifies the pairs of a shard and writes them, with their channels and bit depths, as Product::Rectified.

@@ -1,0 +1,44 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "console/ways_out.h"
+
+#include <map>
+
+namespace tool {
+
+namespace {
+
+/// By the code of a note or failure: the library does not know what this program's options are called.
+const std::map<std::string, std::string>& waysOut()
+{
+    static const std::map<std::string, std::string> ways{
+        // files and output
+
+        // input
+
+        // records and interchange
+
+        // matching and depth
+
+        // features
+        {"images-swapped", "exchange --left and --right"},
+
+        // board and calibration
+
+        // check
+
+        // evaluation
+
+        // sequence
+    };
+    return ways;
+}
+
+} // namespace
+
+std::string wayOut(const std::string& code)
+{
+    const auto found = waysOut().find(code);
+    return found == waysOut().end() ? "" : "; " + found->second;
+}
+
+} // namespace tool
