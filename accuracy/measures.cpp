@@ -31,7 +31,7 @@ cv::Mat matchPlainly(const TestPair& pair, const SearchRange& range, const Match
     DepthPipeline pipeline(makeRectifiedRig(pair.images.left.size(), std::nullopt), plain);
     const InputImage left{pair.images.left, pair.images.left};
     const InputImage right{pair.images.right, pair.images.right};
-    return pipeline.compute({left, right, {}}).disparity;
+    return pipeline.compute(left.grey, right.grey).disparity;
 }
 
 void addCorners(const TestPair& pair, const cv::Mat& disparity, double limit, Score& score)
@@ -92,11 +92,10 @@ std::vector<SearchRange> findRanges(const TestSet& set)
 std::vector<cv::Mat> matchAll(const TestSet& set, const std::vector<SearchRange>& ranges,
                               const MatcherSettings& settings, bool isPlain)
 {
-    const int threads = static_cast<int>(std::max(std::thread::hardware_concurrency(), 1U));
     std::vector<cv::Mat> disparities;
     for (std::size_t i = 0; i < set.pairs.size(); ++i) {
         disparities.push_back(isPlain ? matchPlainly(set.pairs[i], ranges[i], settings)
-                                      : match(set.pairs[i].images, ranges[i], settings, threads).disparity);
+                                      : match(set.pairs[i].images, ranges[i], settings).disparity);
     }
     return disparities;
 }

@@ -35,9 +35,10 @@ protected:
         return {support::photograph(plane, cameras.left), support::photograph(plane, cameras.right)};
     }
 
-    PairDepth compute(const DepthSettings& settings, double factor = 1) const
+    DepthResult compute(const DepthSettings& settings, double factor = 1) const
     {
-        return DepthPipeline(rig, settings).compute(toEightBits(resize(raw, factor)));
+        const RawPair images = resize(raw, factor);
+        return DepthPipeline(rig, settings).compute(images.left, images.right);
     }
 
     const support::CalibrationPair cameras;
@@ -46,13 +47,11 @@ protected:
 };
 
 /// The codes of all notes on a result.
-std::vector<std::string> judgeAll(const PairDepth& depth)
+std::vector<std::string> listCodes(const DepthResult& depth)
 {
     std::vector<std::string> codes;
-    for (const Notes& notes : {depth.notes, judge(depth, summarise(depth))}) {
-        for (const Note& note : notes) {
-            codes.push_back(note.code);
-        }
+    for (const Note& note : depth.notes) {
+        codes.push_back(note.code);
     }
     return codes;
 }
@@ -69,10 +68,10 @@ TEST_F(DepthOf, APlaneIsRightAtAnySizeWithAnyAlgorithmAndRange)
                 settings.matcher.algorithm = algorithm;
                 settings.range = range;
                 settings.matcher.window = range.disparities ? std::optional(21) : std::nullopt;
-                const PairDepth depth = compute(settings, factor);
+                const DepthResult depth = compute(settings, factor);
                 SCOPED_TRACE(testing::Message() << static_cast<int>(algorithm) << ", x " << factor
                                                 << ", from " << depth.range.minDisparity);
-                EXPECT_THAT(judgeAll(depth), testing::IsEmpty());
+                EXPECT_THAT(listCodes(depth), testing::IsEmpty());
                 EXPECT_EQ(depth.disparity.cols, cvRound(fullSize.width * factor));
                 int right = 0;
                 for (int y = 0; y < depth.points.rows; ++y) {
@@ -83,7 +82,7 @@ TEST_F(DepthOf, APlaneIsRightAtAnySizeWithAnyAlgorithmAndRange)
                         EXPECT_TRUE(!isTrusted(point) || std::isfinite(depth.disparity.at<float>(y, x)));
                     }
                 }
-                EXPECT_LT(summarise(depth).beyondPercent, 1);
+                EXPECT_LT(depth.summary.beyond, 0.01);
                 EXPECT_GT(right, 0.75 * static_cast<double>(depth.points.total()));
             }
             const auto scale = findDepthScale(rig, cvRound(fullSize.width * factor));
@@ -101,7 +100,7 @@ TEST_F(DepthOf, PixelsThatAreGivenAreThoseOfTheCalibration)
     const MatcherSettings halved{Algorithm::Bm, 11, {}, {}, 5, 31, 13, 100, 4, {}};
     const RawPair half = resize(raw, 0.5);
     const auto computeHalf = [&](const cv::Size& size, const DepthSettings& settings) {
-        return DepthPipeline(makeRectifiedRig(size, {}), settings).compute(toEightBits(half)).disparity;
+        return DepthPipeline(makeRectifiedRig(size, {}), settings).compute(half.left, half.right).disparity;
     };
     EXPECT_TRUE(areBitEqual(computeHalf(fullSize, {given, {{}, {}, 20, 64}, {}, false}),
                             computeHalf(fullSize / 2, {halved, {{}, {}, 10, 32}, {}, false})));
@@ -114,7 +113,7 @@ TEST_F(DepthOf, PlainIsWhatTheMethodsOfStereoGive)
             DepthSettings settings{{}, {{}, {}, {}, 64}, 1.6, true};
             settings.matcher.algorithm = algorithm;
             settings.matcher.window = factor == 1 ? 17 : 19; // bm needs an odd one after scaling
-            const PairDepth plain = compute(settings, factor);
+            const DepthResult plain = compute(settings, factor);
 
             vision::Stereo stereo;
             stereo.setMaxDepth(1.6f);
@@ -139,21 +138,21 @@ TEST_F(DepthOf, TheResultSaysWhereTheRangeIsWrong)
 {
     DepthSettings settings;
     settings.maxDepth = 1.4;
-    const PairDepth cut = compute(settings);
-    EXPECT_THAT(judgeAll(cut), testing::ElementsAre("beyond-largest-depth"));
-    EXPECT_LE(summarise(cut).farthest, 1.4f);
-    EXPECT_NEAR(summarise(cut).beyondPercent, 86, 3); // of columns 48 to 640, those right of 131
+    const DepthResult cut = compute(settings);
+    EXPECT_THAT(listCodes(cut), testing::ElementsAre("beyond-largest-depth"));
+    EXPECT_LE(cut.summary.farthest, 1.4f);
+    EXPECT_NEAR(cut.summary.beyond, 0.86, 0.03); // of columns 48 to 640, those right of 131
 
     settings = {};
     settings.range.disparities = 32;
     settings.range.minDisparity = 16; // the plane has 43 to 55 px
-    EXPECT_THAT(judgeAll(compute(settings)), testing::ElementsAre("range-ends-too-early"));
+    EXPECT_THAT(listCodes(compute(settings)), testing::ElementsAre("range-ends-too-early"));
     settings.range.minDisparity = 49;
-    EXPECT_THAT(judgeAll(compute(settings)), testing::ElementsAre("range-starts-too-late"));
+    EXPECT_THAT(listCodes(compute(settings)), testing::ElementsAre("range-starts-too-late"));
 
     cv::Mat foreign;
     cv::flip(raw.right, foreign, -1);
-    EXPECT_THAT(judgeAll(DepthPipeline(rig, {}).compute(toEightBits({raw.left, foreign}))),
+    EXPECT_THAT(listCodes(DepthPipeline(rig, {}).compute(raw.left, foreign)),
                 testing::IsSupersetOf({"range-not-found", "few-matches"}));
 }
 
@@ -165,43 +164,67 @@ TEST_F(DepthOf, ASequenceHasOneRange)
     EXPECT_EQ(sampleEvenly(17, 9), (std::vector<std::size_t>{0, 2, 4, 6, 8, 10, 12, 14, 16}));
     EXPECT_EQ(sampleEvenly(1000000, 9).back(), 999999U);
 
-    DepthPipeline pipeline(rig, {});
-    const ImagePair near = toEightBits(photograph({0.7, 0}));
-    EXPECT_TRUE(pipeline.needsDisparityRange());
-    const int alone = pipeline.compute(toEightBits(raw)).range.maxDisparity();
-    pipeline.setDisparityRange(
-        join({*pipeline.findDisparityRange(toEightBits(raw)), *pipeline.findDisparityRange(near)}));
-    const SearchRange range = pipeline.compute(toEightBits(raw)).range;
-    EXPECT_EQ(range, pipeline.compute(near).range);
-    EXPECT_GT(range.maxDisparity(), 94); // 8 + 500 * 0.12 / 0.7
-    EXPECT_LT(alone, 94);
+    const RawPair near = photograph({0.7, 0});
+    const double nearest = 8 + 500 * 0.12 / 0.7; // px
+    for (const bool isSet : {false, true}) {
+        DepthPipeline pipeline(rig, {});
+        EXPECT_TRUE(pipeline.needsDisparityRange());
+        if (isSet) {
+            pipeline.setDisparityRange(join({*pipeline.findDisparityRange(raw.left, raw.right),
+                                             *pipeline.findDisparityRange(near.left, near.right)}));
+        }
+        const SearchRange first = pipeline.compute(raw.left, raw.right).range;
+        const SearchRange second = pipeline.compute(near.left, near.right).range;
+        const SearchRange third = pipeline.compute(raw.left, raw.right).range;
+        EXPECT_EQ(second, third) << "is held";
+        EXPECT_GT(second.maxDisparity(), nearest);
+        EXPECT_EQ(first.maxDisparity() > nearest, isSet) << "is widened when the images ask for it";
+        pipeline.setDisparityRange(std::nullopt);
+        EXPECT_LT(pipeline.compute(raw.left, raw.right).range.maxDisparity(), nearest) << "is found anew";
+    }
+}
+
+TEST_F(DepthOf, EveryNthPairIsJudged)
+{
+    static_assert(std::is_move_constructible_v<DepthPipeline> && std::is_move_assignable_v<DepthPipeline>);
+    for (const unsigned every : {0U, 1U, 3U}) {
+        DepthSettings settings;
+        settings.judgeEvery = every;
+        DepthPipeline made(rig, settings);
+        DepthPipeline pipeline(std::move(made));
+        for (unsigned pair = 0; pair < 4; ++pair) {
+            const DepthResult depth = pipeline.compute(raw.right, raw.left);
+            EXPECT_EQ(depth.isJudged, every != 0 && pair % every == 0);
+            EXPECT_EQ(depth.severity() == Severity::Wrong, depth.isJudged);
+            EXPECT_EQ(depth.rows.features > 0, depth.isJudged);
+        }
+    }
 }
 
 TEST_F(DepthOf, RectifiedPairsNeedNoCalibration)
 {
     const auto [left, right] = DepthPipeline(rig, {}).rectify(raw);
-    const ImagePair rectified = toEightBits({left, right});
-    const PairDepth known = compute({});
-    const auto shareLike = [&known](const PairDepth& depth) {
+    const DepthResult known = compute({});
+    const auto shareLike = [&known](const DepthResult& depth) {
         const cv::Mat close = cv::abs(depth.disparity - known.disparity) < 0.5;
         return cv::countNonZero(close) / static_cast<double>(close.total());
     };
     const RectifiedGeometry geometry{500, support::baseline, -8, cv::Point2d(310, 240)};
-    const PairDepth metric = DepthPipeline(makeRectifiedRig(fullSize, geometry), {}).compute(rectified);
+    const DepthResult metric = DepthPipeline(makeRectifiedRig(fullSize, geometry), {}).compute(left, right);
     EXPECT_GT(shareLike(metric), 0.75);
-    EXPECT_NEAR(summarise(metric).median, summarise(known).median, 0.01);
+    EXPECT_NEAR(metric.summary.median, known.summary.median, 0.01);
 
     DepthSettings settings;
     settings.matcher.algorithm = Algorithm::Bm;
     for (const bool isPlain : {false, true}) {
         settings.plain = isPlain;
-        const PairDepth bare =
-            DepthPipeline(makeRectifiedRig(fullSize, std::nullopt), settings).compute(rectified);
+        const DepthResult bare =
+            DepthPipeline(makeRectifiedRig(fullSize, std::nullopt), settings).compute(left, right);
         EXPECT_GT(shareLike(bare), 0.6);
         EXPECT_TRUE(bare.points.empty());
         EXPECT_FALSE(bare.scale);
-        EXPECT_EQ(summarise(bare).points, 0U);
-        EXPECT_EQ(summarise(bare).beyondPercent, 0);
+        EXPECT_EQ(bare.summary.points, 0U);
+        EXPECT_EQ(bare.summary.beyond, 0);
     }
     for (const RectifiedGeometry& wrong :
          {RectifiedGeometry{0, 1, 0, {}}, {1, -1, 0, {}}, {INFINITY, 1, 0, {}}, {1, 1, NAN, {}}}) {
@@ -216,7 +239,8 @@ TEST_F(DepthOf, BordersThatShowNothingAreLeftOut)
     for (vision::Calibration* const camera : {&moved.left, &moved.right}) {
         camera->projectionMatrix.at<float>(0, 2) += 300;
     }
-    const PairDepth depth = DepthPipeline(makeRig({moved.left, moved.right}), {}).compute(toEightBits(raw));
+    const DepthResult depth =
+        DepthPipeline(makeRig({moved.left, moved.right}), {}).compute(raw.left, raw.right);
     const cv::Mat outside = depth.unsearched.colRange(0, 260);
     EXPECT_EQ(cv::countNonZero(outside), static_cast<int>(outside.total()));
     EXPECT_GT(cv::countNonZero(depth.disparity < INFINITY),

@@ -119,7 +119,7 @@ std::vector<cv::Vec3d> dropOutliers(std::vector<cv::Vec3d> points, const Plane& 
     return points;
 }
 
-void measureDepth(const PairDepth& depth, const SeenBoard& seen, BoardCheck& check)
+void measureDepth(const DepthResult& depth, const SeenBoard& seen, BoardCheck& check)
 {
     constexpr std::size_t fewest = 100;
     std::vector<cv::Point2f> hull;
@@ -162,10 +162,12 @@ std::optional<BoardCheck> checkBoard(const ImagePair& pair, const Board& board,
                                      const CalibrationPair& calibrations)
 {
     const Rig rig = makeRig(calibrations);
-    DepthPipeline pipeline(rig, DepthSettings{});
+    DepthSettings settings;
+    settings.judgeEvery = 0;
+    DepthPipeline pipeline(rig, settings);
     const cv::Size size = pair.left.grey.size();
-    const PairDepth depth =
-        pipeline.compute(pair); // refuses images that do not fit before anything is scaled
+    const DepthResult depth = pipeline.compute(
+        pair.left.grey, pair.right.grey); // refuses images that do not fit before anything is scaled
     const BoardDetection left = findBoard(pair.left.grey, board, Effort::Usual);
     const BoardDetection right = findBoard(pair.right.grey, board, Effort::Usual);
     if (left.empty() || right.empty()) {

@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/depth/depth_pipeline.h>
 
+#include "depth/pair_verdict.h"
 #include "depth/range_choice.h"
 #include "depth/scaled_settings.h"
 #include "depth/steps.h"
+#include "depth/summary.h"
 
 #include <vision/toolkit/matching/matcher.h>
 
@@ -51,14 +53,24 @@ double findMaxDepth(const DepthSettings& settings, const SearchRange& range, con
 
 } // namespace
 
-DepthPipeline::DepthPipeline(const Rig& rig, const DepthSettings& settings) : _rig(rig), _settings(settings)
+Severity DepthResult::severity() const
+{
+    Severity worst = Severity::Info;
+    for (const Note& note : notes) {
+        worst = std::max(worst, note.severity);
+    }
+    return worst;
+}
+
+DepthPipeline::DepthPipeline(const Rig& rig, const DepthSettings& settings)
+    : _rig(rig), _settings(settings), _stereo(std::make_unique<vision::Stereo>())
 {
     requireValid(settings.range, settings.maxDepth, rig);
     if (settings.plain) {
-        configurePlain(_stereo, rig, settings);
+        configurePlain(*_stereo, rig, settings);
     } else {
         (void)withDefaults(settings.matcher, rig.size.width); // checks them
-        configureTransforms(_stereo, rig);
+        configureTransforms(*_stereo, rig);
     }
 }
 
@@ -67,91 +79,117 @@ bool DepthPipeline::needsDisparityRange() const
     return !_settings.plain && !isComplete(_settings.range);
 }
 
+void DepthPipeline::setDisparityRange(const std::optional<DisparityRange>& range)
+{
+    _range = range;
+    _isRangeSet = range.has_value();
+}
+
 RawPair DepthPipeline::rectify(const RawPair& pair) const
 {
     if (_rig.isRectified) {
         return pair;
     }
     requireFittingSize(pair.left.size(), _rig.size);
-    return {_stereo.rectifyImageLeft(pair.left), _stereo.rectifyImageRight(pair.right)};
+    return {_stereo->rectifyImageLeft(pair.left), _stereo->rectifyImageRight(pair.right)};
 }
 
 ImagePair DepthPipeline::rectifyPair(const ImagePair& pair) const
 {
-    return _rig.isRectified ? pair : toolkit::rectify(_stereo, pair);
+    return _rig.isRectified ? pair : toolkit::rectify(*_stereo, pair);
 }
 
 RectifiedPair DepthPipeline::makePair(const ImagePair& rectified) const
 {
-    RectifiedPair pair{rectified.left.grey, rectified.right.grey, {}, {}};
-    if (!_rig.isRectified) {
-        const cv::Mat white(pair.left.size(), CV_8UC1, cv::Scalar::all(255));
-        const auto [left, right] = _stereo.rectifyImages(white, white);
-        pair.leftValid = findValid(left);
-        pair.rightValid = findValid(right);
+    const cv::Size size = rectified.left.grey.size();
+    if (!_rig.isRectified && _validAreas.size != size) {
+        const cv::Mat white(size, CV_8UC1, cv::Scalar::all(255));
+        const auto [left, right] = _stereo->rectifyImages(white, white);
+        _validAreas = {size, findValid(left), findValid(right)};
     }
-    return pair;
+    return {rectified.left.grey, rectified.right.grey, _validAreas.left, _validAreas.right};
 }
 
-std::optional<DisparityRange> DepthPipeline::findDisparityRange(const ImagePair& pair) const
+std::optional<DisparityRange> DepthPipeline::findDisparityRange(const cv::Mat& left,
+                                                                const cv::Mat& right) const
 {
-    const ImagePair rectified = rectifyPair(pair);
+    const ImagePair rectified = rectifyPair(toEightBits({left, right}));
     return toolkit::findDisparityRange(makePair(rectified),
                                        findLowestPossible(_rig, rectified.left.grey.cols));
 }
 
-SearchRange DepthPipeline::findRange(const RectifiedPair& pair, Notes& notes) const
+void DepthPipeline::lookForRange(const RectifiedPair& pair, bool widens)
 {
-    const int width = pair.left.cols;
-    std::optional<DisparityRange> span = _span;
-    if (!span && needsDisparityRange()) {
-        span = toolkit::findDisparityRange(pair, findLowestPossible(_rig, width));
-        if (!span) {
-            notes.push_back(
-                {"range-not-found",
-                 "the images do not tell how near and how far things are, as too little of them "
-                 "matches: give the nearest and the farthest depth, and check that the images are "
-                 "a pair"});
-        }
+    if (!needsDisparityRange() || _isRangeSet || (_range && !widens)) {
+        return;
     }
-    return chooseRange(_settings.range, span.value_or(guessRange(_rig, width)), _rig, width);
+    const auto found = toolkit::findDisparityRange(pair, findLowestPossible(_rig, pair.left.cols));
+    if (found) {
+        _range = _range ? join({*_range, *found}) : found;
+    }
 }
 
-void DepthPipeline::addPoints(PairDepth& depth)
+SearchRange DepthPipeline::chooseSearch(int width, Notes& notes) const
+{
+    if (needsDisparityRange() && !_range) {
+        notes.push_back(
+            {"range-not-found",
+             "the images do not tell how near and how far things are, as too little of them matches: "
+             "give the nearest and the farthest depth, and check that the images are a pair"});
+    }
+    return chooseRange(_settings.range, _range.value_or(guessRange(_rig, width)), _rig, width);
+}
+
+void DepthPipeline::addPoints(DepthResult& depth)
 {
     if (!depth.scale) {
         return;
     }
     depth.maxDepth = findMaxDepth(_settings, depth.range, *depth.scale);
-    _stereo.setMaxDepth(
+    _stereo->setMaxDepth(
         static_cast<float>(std::min(depth.maxDepth, double{std::numeric_limits<float>::max()})));
     cv::Mat disparity = depth.disparity.clone();
     disparity.setTo(std::numeric_limits<float>::lowest(),
                     depth.disparity == std::numeric_limits<double>::infinity());
-    depth.points = _stereo.computeDepth(disparity);
+    depth.points = _stereo->computeDepth(disparity);
 }
 
-PairDepth DepthPipeline::compute(const ImagePair& images, int threads)
+DepthResult DepthPipeline::match(const ImagePair& rectified, bool isJudged)
 {
-    const ImagePair rectified = rectifyPair(images);
-    if (_settings.plain) {
-        PairDepth plain = computePlainDepth(_stereo, rectified, _rig.calibrations.has_value());
-        plain.scale = findDepthScale(_rig, plain.disparity.cols);
-        return plain;
-    }
     if (_rig.calibrations) {
         requireFittingSize(rectified.left.grey.size(), _rig.size);
     }
     const RectifiedPair pair = makePair(rectified);
-    PairDepth depth = makePairDepth(rectified);
-    depth.scale = findDepthScale(_rig, pair.left.cols);
-    depth.range = findRange(pair, depth.notes);
+    DepthResult depth = makeResult(rectified);
+    lookForRange(pair, isJudged);
+    depth.range = chooseSearch(pair.left.cols, depth.notes);
     const double factor = static_cast<double>(pair.left.cols) / _rig.size.width;
-    const Matches matches = match(pair, depth.range, scaleTo(_settings.matcher, factor), threads);
+    const Matches matches = toolkit::match(pair, depth.range, scaleTo(_settings.matcher, factor));
     depth.disparity = matches.disparity;
     depth.unsearched = matches.unsearched;
     depth.levels = matches.levels;
+    depth.scale = findDepthScale(_rig, pair.left.cols);
     addPoints(depth);
+    return depth;
+}
+
+DepthResult DepthPipeline::compute(const cv::Mat& left, const cv::Mat& right)
+{
+    const bool isJudged = _settings.judgeEvery != 0 && _pairs++ % _settings.judgeEvery == 0;
+    const RawPair raw{left, right};
+    requireUsable(raw, {"the left image", "the right image"});
+    const ImagePair rectified = rectifyPair(toEightBits(raw));
+    DepthResult depth =
+        _settings.plain ? computePlainDepth(*_stereo, rectified, _rig) : match(rectified, isJudged);
+    depth.summary = summarise(depth.disparity, depth.points);
+    if (isJudged) {
+        judgePair(
+            _settings.range,
+            [&] {
+                return rectifyPair(toEightBits({right, left}));
+            },
+            depth);
+    }
     return depth;
 }
 

@@ -65,7 +65,7 @@ void requireFittingSearch(const Stereo& stereo, const Search& search, const cv::
 
 } // namespace
 
-PairDepth computePlainDepth(const Stereo& stereo, const ImagePair& rectified, bool hasCalibrations)
+DepthResult computePlainDepth(const Stereo& stereo, const ImagePair& rectified, const Rig& rig)
 {
     const cv::Size size = rectified.left.grey.size();
     const vision::Calibration calibration = stereo.getCalibrations().first;
@@ -73,10 +73,11 @@ PairDepth computePlainDepth(const Stereo& stereo, const ImagePair& rectified, bo
     const Search search = adaptSearch(stereo, calibration.width / size.width);
     requireFittingSearch(stereo, search, size);
 
-    PairDepth result = makePairDepth(rectified);
+    DepthResult result = makeResult(rectified);
     result.range = {search.minDisparity, search.disparities};
     result.disparity = stereo.computeDisparity(result.leftGrey, result.rightGrey);
-    if (hasCalibrations) {
+    result.scale = findDepthScale(rig, size.width);
+    if (result.scale) {
         result.points = stereo.computeDepth(result.disparity);
         result.maxDepth = double{stereo.getMaxDepth()};
     }

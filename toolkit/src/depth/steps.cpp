@@ -38,9 +38,9 @@ ImagePair rectify(const vision::Stereo& stereo, const ImagePair& pair)
     return rectified;
 }
 
-PairDepth makePairDepth(const ImagePair& rectified)
+DepthResult makeResult(const ImagePair& rectified)
 {
-    PairDepth depth;
+    DepthResult depth;
     depth.left = rectified.left.view;
     depth.right = rectified.right.view;
     depth.leftGrey = rectified.left.grey;

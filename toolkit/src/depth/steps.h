@@ -17,12 +17,11 @@ void requireFittingSize(const cv::Size& image, const cv::Size& calibration);
 ImagePair rectify(const vision::Stereo& stereo, const ImagePair& pair);
 
 /// A result that holds the images only.
-PairDepth makePairDepth(const ImagePair& rectified);
+DepthResult makeResult(const ImagePair& rectified);
 
 /// Matches a rectified pair and computes its points, with the methods of `vision::Stereo` alone.
-/// @param hasCalibrations whether there are points
 /// @throws Failure telling what to change when the images do not fit the calibrations or the parameters
-PairDepth computePlainDepth(const vision::Stereo& stereo, const ImagePair& rectified, bool hasCalibrations);
+DepthResult computePlainDepth(const vision::Stereo& stereo, const ImagePair& rectified, const Rig& rig);
 
 /// Gives a Stereo the rig's calibrations and what is set of its parameters.
 /// @throws Failure when something is set that it does not have, or is out of range

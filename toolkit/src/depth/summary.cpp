@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/depth/depth_pipeline.h>
+#include "depth/summary.h"
 
 #include <fmt/format.h>
 #include <opencv2/core.hpp>
@@ -29,17 +29,17 @@ std::vector<float> collectDepths(const cv::Mat& points)
 
 } // namespace
 
-DepthSummary summarise(const PairDepth& depth)
+DepthSummary summarise(const cv::Mat& disparity, const cv::Mat& points)
 {
-    const cv::Mat matched = depth.disparity < std::numeric_limits<double>::infinity();
-    DepthSummary summary{};
+    const cv::Mat matched = disparity < std::numeric_limits<double>::infinity();
+    DepthSummary summary;
     const int matches = cv::countNonZero(matched);
-    summary.matchedPercent = 100.0 * matches / static_cast<double>(matched.total());
+    summary.matched = matches / static_cast<double>(matched.total());
 
-    std::vector<float> depths = collectDepths(depth.points);
+    std::vector<float> depths = collectDepths(points);
     summary.points = depths.size();
-    if (!depth.points.empty() && matches > 0) {
-        summary.beyondPercent = 100.0 * (1 - static_cast<double>(depths.size()) / matches);
+    if (!points.empty() && matches > 0) {
+        summary.beyond = 1 - static_cast<double>(depths.size()) / matches;
     }
     if (depths.empty()) {
         return summary;
@@ -55,7 +55,7 @@ DepthSummary summarise(const PairDepth& depth)
 
 std::string format(const DepthSummary& summary)
 {
-    const std::string matched = "matched " + fmt::format("{:.1f}", summary.matchedPercent) + " %";
+    const std::string matched = "matched " + fmt::format("{:.1f}", 100 * summary.matched) + " %";
     if (summary.points == 0) {
         return matched + ", no depth";
     }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/depth/depth_pipeline.h>
+#include "depth/verdict.h"
 
 #include <fmt/format.h>
 #include <opencv2/core.hpp>
@@ -14,7 +14,7 @@ namespace {
 /// Whether matches pile up between two disparities at an end of the range: more than a stray few, and nearly
 /// as many as if they were spread evenly over the range. (Over the images of docs/accuracy.md an end that
 /// leaves a margin has less than 0.3 times an even share.)
-bool isCrowded(const PairDepth& depth, double lowest, double highest)
+bool isCrowded(const DepthResult& depth, double lowest, double highest)
 {
     constexpr double strays = 0.01;
     constexpr double evenly = 0.7;
@@ -24,7 +24,7 @@ bool isCrowded(const PairDepth& depth, double lowest, double highest)
     return inside > std::max(strays, evenly * evenShare) * all;
 }
 
-void judgeEnds(const PairDepth& depth, Notes& notes)
+void judgeEnds(const DepthResult& depth, Notes& notes)
 {
     constexpr int end = 3; // px
     const SearchRange& range = depth.range;
@@ -47,22 +47,22 @@ void judgeEnds(const PairDepth& depth, Notes& notes)
 
 } // namespace
 
-Notes judge(const PairDepth& depth, const DepthSummary& summary)
+Notes judge(const DepthResult& depth)
 {
-    constexpr double fewMatched = 10; // percent; of foreign images about as much is matched
-    constexpr double muchBeyond = 10; // percent
+    constexpr double fewMatched = 0.1; // of foreign images about as much is matched
+    constexpr double muchBeyond = 0.1;
     Notes notes;
     judgeEnds(depth, notes);
-    if (summary.matchedPercent < fewMatched) {
+    if (depth.summary.matched < fewMatched) {
         notes.push_back(
             {"few-matches",
-             "only " + fmt::format("{:.1f}", summary.matchedPercent) +
+             "only " + fmt::format("{:.1f}", 100 * depth.summary.matched) +
                  " % of the pixels are matched: check that the images are a pair, in this order, and "
                  "that the calibrations are theirs"});
     }
-    if (summary.beyondPercent > muchBeyond) {
+    if (depth.summary.beyond > muchBeyond) {
         notes.push_back({"beyond-largest-depth",
-                         fmt::format("{:.0f}", summary.beyondPercent) +
+                         fmt::format("{:.0f}", 100 * depth.summary.beyond) +
                              " % of the matched pixels are farther than the largest depth, " +
                              fmt::format("{:.2f}", depth.maxDepth) +
                              " m, and have no point: give a larger one"});

@@ -48,10 +48,11 @@ Notes judgeRows(const RowOffsets& rows, const RowOffsets& exchanged)
         return {};
     }
     if (areBehind(rows) || (isForeign(rows) && isKnown(exchanged) && !isForeign(exchanged))) {
-        return {{"images-swapped", "the left and the right image seem to be swapped"}};
+        return {{"images-swapped", Severity::Wrong, "the left and the right image seem to be swapped"}};
     }
     if (isForeign(rows)) {
         return {{"images-do-not-correspond",
+                 Severity::Wrong,
                  "hardly anything is found in both images (" + std::to_string(rows.matched) + " of " +
                      std::to_string(rows.features) +
                      " features): were they taken at the same moment by the calibrated cameras, and does the "

@@ -7,7 +7,6 @@
 #include <opencv2/imgproc.hpp>
 
 #include <cmath>
-#include <future>
 #include <limits>
 
 namespace vision::toolkit {
@@ -77,22 +76,13 @@ void dropOutside(cv::Mat& disparity, const RectifiedPair& pair)
     }
 }
 
-cv::Mat matchAtOneSize(const RectifiedPair& pair, const SearchRange& range, const MatcherSettings& settings,
-                       int threads)
+cv::Mat matchAtOneSize(const RectifiedPair& pair, const SearchRange& range, const MatcherSettings& settings)
 {
-    std::future<cv::Mat> confirmation;
-    if (settings.leftRightCheck) {
-        // The other matchers use OpenCV's threads.
-        const bool usesOneCore = settings.algorithm == Algorithm::Sgbm;
-        confirmation =
-            std::async(usesOneCore && threads > 1 ? std::launch::async : std::launch::deferred,
-                       [&] { return matchOneWay(mirror(pair.right), mirror(pair.left), range, settings); });
-    }
     cv::Mat disparity = matchOneWay(pair.left, pair.right, range, settings);
     dropOutside(disparity, pair);
     dropFeatureless(disparity, pair.left);
     if (settings.leftRightCheck) {
-        dropContradicted(disparity, confirmation.get());
+        dropContradicted(disparity, matchOneWay(mirror(pair.right), mirror(pair.left), range, settings));
     }
     return disparity;
 }

@@ -36,15 +36,15 @@ cv::Mat findMatched(const cv::Mat& disparity)
 
 /// Fills what is not matched yet from smaller and smaller images.
 void fillFromSmaller(const RectifiedPair& pair, const SearchRange& range, const MatcherSettings& settings,
-                     int threads, Matches& matches)
+                     Matches& matches)
 {
     matches.levels = findMatched(matches.disparity) / 255;
     int level = 1;
     for (const int factor : {2, 4}) {
         ++level;
         const RectifiedPair smaller = shrink(pair, factor);
-        const cv::Mat found = matchAtOneSize(
-            smaller, shrink(range, factor), withDefaults(settings, smaller.left.cols), threads);
+        const cv::Mat found =
+            matchAtOneSize(smaller, shrink(range, factor), withDefaults(settings, smaller.left.cols));
         cv::Mat disparity = enlarge(found, pair.left.size());
         dropOutside(disparity, pair);
         // A smaller image is searched a little beyond the range, as the number of disparities is rounded up.
@@ -57,15 +57,14 @@ void fillFromSmaller(const RectifiedPair& pair, const SearchRange& range, const 
 
 } // namespace
 
-Matches match(const RectifiedPair& pair, const SearchRange& range, const MatcherSettings& settings,
-              int threads)
+Matches match(const RectifiedPair& pair, const SearchRange& range, const MatcherSettings& settings)
 {
     requirePair(pair);
     requireSearchable(range);
     Matches matches;
-    matches.disparity = matchAtOneSize(pair, range, withDefaults(settings, pair.left.cols), threads);
+    matches.disparity = matchAtOneSize(pair, range, withDefaults(settings, pair.left.cols));
     if (settings.dense) {
-        fillFromSmaller(pair, range, settings, threads, matches);
+        fillFromSmaller(pair, range, settings, matches);
     }
     matches.unsearched = findUnsearched(pair.left.size(), range, settings.fullWidth);
     if (!pair.leftValid.empty()) {

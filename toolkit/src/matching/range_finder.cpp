@@ -60,7 +60,7 @@ std::optional<DisparityRange> findDisparityRange(const RectifiedPair& pair, doub
     const double lowest = std::floor(lowestPossible / factor);
     const SearchRange range = coverDisparities(lowest, std::max(searchedShare * smaller.left.cols, lowest));
     std::vector<float> matched =
-        collectMatched(matchAtOneSize(smaller, range, withDefaults(settings, smaller.left.cols), 1));
+        collectMatched(matchAtOneSize(smaller, range, withDefaults(settings, smaller.left.cols)));
     if (static_cast<double>(matched.size()) < fewestMatched * static_cast<double>(smaller.left.total())) {
         return std::nullopt;
     }

@@ -2,8 +2,6 @@
 #include <vision/toolkit/sequence/depth_run.h>
 
 #include "base/sampling.h"
-#include "features/range_verdict.h"
-#include "features/row_verdict.h"
 #include "parallel/pool.h"
 #include "parallel/run.h"
 #include "sequence/distinct_names.h"
@@ -33,9 +31,10 @@ std::optional<DisparityRange> findDisparityRange(PairSequence& pairs, const Dept
         return [&, read = pairs.take(pair)]() -> Deliver {
             std::optional<DisparityRange> span;
             try {
-                const ImagePair images = toEightBits(resize(read(), run.resize));
-                span = pipelines.with(
-                    [&](DepthPipeline& pipeline) { return pipeline.findDisparityRange(images); });
+                const RawPair raw = resize(read(), run.resize);
+                span = pipelines.with([&](const DepthPipeline& pipeline) {
+                    return pipeline.findDisparityRange(raw.left, raw.right);
+                });
             } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
             }
             return [&spans, span] {
@@ -77,37 +76,7 @@ PictureScale makeScale(const DepthRun& run, const cv::Size& size, const std::opt
     return scale;
 }
 
-/// Exchanged images are noticed by what they share once they are exchanged back.
-Notes checkRows(const DepthPipeline& pipeline, const RawPair& raw, const RowOffsets& rows, double atInfinity)
-{
-    RowOffsets exchanged{};
-    if (isForeign(rows)) {
-        const ImagePair back = toEightBits(pipeline.rectify({raw.right, raw.left}));
-        exchanged = summariseRows(matchFeatures(back.left.grey, back.right.grey), atInfinity);
-    }
-    return judgeRows(rows, exchanged);
-}
-
-/// What single points and the matches say about a pair.
-void addVerdict(const DepthPipeline& pipeline, const RawPair& raw, const PairDepth& depth,
-                const RangeSettings& asked, PairReport& report)
-{
-    const auto scale = findDepthScale(pipeline.rig(), depth.leftGrey.cols);
-    // Where no calibration tells, whoever asks for negative disparities knows that the pair has them.
-    const double unlessScaled = asked.minDisparity ? std::min(depth.range.minDisparity, 0) : 0;
-    const double atInfinity = scale ? scale->atInfinity : unlessScaled;
-    constexpr int enough = 120; // corners, to tell; half the time of what measuring takes
-    const FeatureMatches features = matchFeatures(depth.leftGrey, depth.rightGrey, enough);
-    report.rows = summariseRows(features, atInfinity);
-    const Notes onRows = checkRows(pipeline, raw, report.rows, atInfinity);
-    append(report.notes, onRows);
-    if (onRows.empty()) { // otherwise the range is the least of the troubles
-        append(report.notes, judgeRange(features, depth.range));
-        append(report.notes, judge(depth, report.summary));
-    }
-}
-
-PairResults gatherResults(const PairReport& report, const PairDepth& depth, const DepthPipeline& pipeline,
+PairResults gatherResults(const PairReport& report, const DepthResult& depth, const DepthPipeline& pipeline,
                           const RawPair& raw, const OutputSet& products)
 {
     PairResults results;
@@ -131,7 +100,7 @@ class PairProcessor
 public:
     PairProcessor(const DepthRun& run, const OutputFolder& folder, Pool<DepthPipeline>& pipelines,
                   std::optional<DisparityRange> span, bool isSequence)
-        : _run(run), _folder(folder), _pipelines(pipelines), _span(span), _isSequence(isSequence)
+        : _run(run), _folder(folder), _pipelines(pipelines), _range(span), _isSequence(isSequence)
     {
     }
 
@@ -152,21 +121,21 @@ public:
 private:
     void compute(DepthPipeline& pipeline, const RawPair& raw, PairReport& report) const
     {
-        const ImagePair images = toEightBits(raw);
-        pipeline.setDisparityRange(_span);
-        PairDepth depth;
+        pipeline.setDisparityRange(_range);
+        DepthResult depth;
         try {
-            depth = pipeline.compute(images);
+            depth = pipeline.compute(raw.left, raw.right);
         } catch (const std::exception& error) {
             throw Failure(about(report.images.left, describe(error)));
         }
         report.size = depth.disparity.size();
         report.range = depth.range;
         report.hasDepth = !depth.points.empty();
-        report.summary = summarise(depth);
+        report.summary = depth.summary;
+        report.rows = depth.rows;
         report.notes = depth.notes;
-        addVerdict(pipeline, raw, depth, _run.settings.range, report);
-        const PictureScale scale = makeScale(_run, report.size, _span, _isSequence);
+
+        const PictureScale scale = makeScale(_run, report.size, _range, _isSequence);
         const PairOutput output = writePairOutput(
             gatherResults(report, depth, pipeline, raw, _run.products), scale, _run.products, _folder);
         report.files = output.files;
@@ -176,7 +145,7 @@ private:
     const DepthRun& _run;
     const OutputFolder& _folder;
     Pool<DepthPipeline>& _pipelines;
-    const std::optional<DisparityRange> _span;
+    const std::optional<DisparityRange> _range;
     const bool _isSequence;
 };
 

@@ -13,11 +13,11 @@ Json describeResult(const PairReport& report)
     const bool hasPoints = report.hasDepth && summary.points > 0;
     Json json;
     json["name"] = report.name;
-    json["matched"] = summary.matchedPercent / 100;
+    json["matched"] = summary.matched;
     json["nearest"] = numberOrNull(summary.nearest, hasPoints);
     json["median"] = numberOrNull(summary.median, hasPoints);
     json["farthest"] = numberOrNull(summary.farthest, hasPoints);
-    json["beyond"] = numberOrNull(summary.beyondPercent / 100, report.hasDepth);
+    json["beyond"] = numberOrNull(summary.beyond, report.hasDepth);
     json["minDisparity"] = report.range.minDisparity;
     json["disparities"] = report.range.disparities;
     json["rowOffsetMedian"] = numberOrNull(report.rows.median);

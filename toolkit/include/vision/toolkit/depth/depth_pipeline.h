@@ -5,6 +5,7 @@
 #include <vision/stereo.h>
 #include <vision/toolkit/depth/rig.h>
 #include <vision/toolkit/export.h>
+#include <vision/toolkit/features/row_offsets.h>
 #include <vision/toolkit/input/images.h>
 #include <vision/toolkit/matching/matcher.h>
 #include <vision/toolkit/matching/search_range.h>
@@ -15,6 +16,7 @@
 
 #include <cmath>
 #include <cstddef>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -46,10 +48,34 @@ struct DepthSettings
     /// Do exactly what the methods of `vision::Stereo` do, with bm or sgbm: their parameters and their range
     /// (from the given disparities and the largest depth), one way, over the width that they search.
     bool plain = false;
+
+    /// Every so many pairs are judged, the first one among them, and looked at for a wider range; 0: none is.
+    unsigned judgeEvery = 1;
 };
 
+/// Whether a pixel of the point image holds a point.
+inline bool isTrusted(const cv::Vec3f& point)
+{
+    return point[2] > 0 && std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]);
+}
+
+/// The share of matched pixels and the depth of the trusted points.
+struct DepthSummary
+{
+    double matched = 0; ///< share of all pixels, 0 to 1
+    /// Of the matched pixels: the share of those without a point, as they are beyond the largest depth.
+    double beyond = 0;
+    std::size_t points = 0; ///< trusted ones; the depths are 0 when there are none
+    float median = 0;       ///< m
+    float nearest = 0;
+    float farthest = 0;
+};
+
+/// "matched 63.1 %, depth median 0.420 m, range 0.310 to 4.870 m".
+VISION_TOOLKIT_EXPORT std::string format(const DepthSummary& summary);
+
 /// What one pair of images gives.
-struct PairDepth
+struct DepthResult
 {
     cv::Mat left;        ///< rectified image as it is shown, `CV_8UC1` or `CV_8UC3`
     cv::Mat right;       ///< of the same size; may differ in type
@@ -62,80 +88,83 @@ struct PairDepth
     SearchRange range{}; ///< what was searched
     double maxDepth = 0; ///< where points end, m; 0 without calibrations
     std::optional<DepthScale> scale; ///< of disparities of this size; none without calibrations
-    Notes notes;                     ///< what happened on the way; see judge() for what the result says
+    DepthSummary summary;
+
+    /// What is to be known of the pair and of how it was computed. About the images:
+    /// - "images-swapped", "images-do-not-correspond", "rows-differ": see RowOffsets
+    ///
+    /// about the range:
+    /// - "range-not-found": the images do not tell it
+    /// - "range-ends-too-early", "range-starts-too-late": there are nearer or farther things
+    ///
+    /// and about the result:
+    /// - "few-matches": hardly any pixel is matched
+    /// - "beyond-largest-depth": much of what is matched is farther than the largest depth
+    Notes notes;
+    bool isJudged = false; ///< whether the notes tell of the images, see DepthSettings::judgeEvery
+    RowOffsets rows;       ///< of a pair that is judged
+
+    /// The worst severity among the notes.
+    [[nodiscard]] VISION_TOOLKIT_EXPORT Severity severity() const;
 };
 
-/// Whether a pixel of the point image holds a point.
-inline bool isTrusted(const cv::Vec3f& point)
-{
-    return point[2] > 0 && std::isfinite(point[0]) && std::isfinite(point[1]) && std::isfinite(point[2]);
-}
-
-/// The share of matched pixels and the depth of the trusted points.
-struct DepthSummary
-{
-    double matchedPercent;
-    /// Of the matched pixels: those without a point, as they are beyond the largest depth.
-    double beyondPercent;
-    std::size_t points; ///< trusted ones; the depths are 0 when there are none
-    float median;       ///< m
-    float nearest;
-    float farthest;
-};
-
-VISION_TOOLKIT_EXPORT DepthSummary summarise(const PairDepth& depth);
-
-/// "matched 63.1 %, depth median 0.42 m, 0.31 m to 4.87 m".
-VISION_TOOLKIT_EXPORT std::string format(const DepthSummary& summary);
-
-/// What the result of a pair says about the way it was computed, each with the way out:
-/// - "range-ends-too-early": matches pile up at the largest disparity, so there are nearer things
-/// - "range-starts-too-late": matches pile up at the smallest disparity, so there are farther things
-/// - "few-matches": hardly any pixel is matched
-/// - "beyond-largest-depth": much of what is matched is farther than the largest depth
-VISION_TOOLKIT_EXPORT Notes judge(const PairDepth& depth, const DepthSummary& summary);
-
-/// Computes the depth of pairs that the same cameras took. One object per thread.
+/// Computes the depth of pairs that the same cameras took, one after the other. One object per thread.
 ///
-/// For a sequence, one range holds for all pairs: findDisparityRange() of some of them, joined, goes to setDisparityRange().
+/// What of the range is not given, the first pair tells; it is held for those that follow, and widened whenever a pair
+/// that is judged shows nearer or farther things. setDisparityRange() sets it for good instead.
 class VISION_TOOLKIT_EXPORT DepthPipeline
 {
 public:
     /// @throws Failure naming the setting that cannot be used
     DepthPipeline(const Rig& rig, const DepthSettings& settings);
 
+    /// Rectifies and matches a raw pair, computes its points and judges the result.
+    /// @param left,right images of the same size with 8 or 16 bits: grey, colour (BGR) or colour with alpha
+    /// @throws Failure telling what to change when the images do not fit each other, the rig or the settings
+    DepthResult compute(const cv::Mat& left, const cv::Mat& right);
+
     /// Whether the range, or a part of it, must be found in the images.
-    bool needsDisparityRange() const;
+    [[nodiscard]] bool needsDisparityRange() const;
 
     /// Finds the disparities that occur in a raw pair.
     /// @return nothing when too little of it matches
-    /// @throws Failure when the images do not fit the calibrations
-    std::optional<DisparityRange> findDisparityRange(const ImagePair& pair) const;
+    /// @throws Failure when the images do not fit the rig
+    [[nodiscard]] std::optional<DisparityRange> findDisparityRange(const cv::Mat& left,
+                                                                   const cv::Mat& right) const;
 
-    /// Sets what findDisparityRange() found, for all pairs that follow; without it compute() looks into each pair.
-    void setDisparityRange(const std::optional<DisparityRange>& span) { _span = span; }
-
-    /// Rectifies and matches a raw pair and computes its points.
-    /// @param threads as match()
-    /// @throws Failure telling what to change when the images do not fit the calibrations or the settings
-    PairDepth compute(const ImagePair& pair, int threads = 1);
+    /// Sets what findDisparityRange() found, in one pair or joined from many, for all pairs that follow.
+    /// @param range nothing: to be found again, in the next pair
+    void setDisparityRange(const std::optional<DisparityRange>& range);
 
     /// Rectifies a raw pair as it is, with its channels and bit depth.
-    /// @throws Failure when the images do not fit the calibrations
-    RawPair rectify(const RawPair& pair) const;
+    /// @throws Failure when the images do not fit the rig
+    [[nodiscard]] RawPair rectify(const RawPair& pair) const;
 
-    const Rig& rig() const { return _rig; }
+    [[nodiscard]] const Rig& rig() const { return _rig; }
 
 private:
     ImagePair rectifyPair(const ImagePair& pair) const;
     RectifiedPair makePair(const ImagePair& rectified) const;
-    SearchRange findRange(const RectifiedPair& pair, Notes& notes) const;
-    void addPoints(PairDepth& depth);
+    void lookForRange(const RectifiedPair& pair, bool widens);
+    SearchRange chooseSearch(int width, Notes& notes) const;
+    DepthResult match(const ImagePair& rectified, bool isJudged);
+    void addPoints(DepthResult& depth);
+
+    /// Where the rectified images show something, for images of one size.
+    struct ValidAreas
+    {
+        cv::Size size;
+        cv::Mat left; ///< empty when all of it is valid
+        cv::Mat right;
+    };
 
     Rig _rig;
     DepthSettings _settings;
-    std::optional<DisparityRange> _span;
-    vision::Stereo _stereo;
+    std::optional<DisparityRange> _range; ///< that is held or set
+    bool _isRangeSet = false;
+    std::size_t _pairs = 0;                  ///< computed so far
+    std::unique_ptr<vision::Stereo> _stereo; // which itself cannot be moved
+    mutable ValidAreas _validAreas;
 };
 
 } // namespace vision::toolkit

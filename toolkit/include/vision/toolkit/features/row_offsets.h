@@ -11,6 +11,7 @@
 #include <opencv2/core/types.hpp>
 
 #include <cstddef>
+#include <limits>
 #include <vector>
 
 namespace vision::toolkit {
@@ -42,13 +43,13 @@ VISION_TOOLKIT_EXPORT FeatureMatches matchFeatures(const cv::Mat& left, const cv
 /// spread, which the measurement itself has, 0.15 to 0.4 px.
 struct RowOffsets
 {
-    double median; ///< row of the right image minus that of the left one, px; NaN when nothing was matched
-    double
-        /// px: 1.48 times the median distance from the median, the standard deviation if it were normal
-        spread;
-    std::size_t matched;
-    std::size_t features; ///< of those, so many were looked for
-    double behind;        ///< share of the matched ones that lie behind the cameras, as in swapped images
+    /// Row of the right image minus that of the left one, px; NaN when nothing was matched.
+    double median = std::numeric_limits<double>::quiet_NaN();
+    /// 1.48 times the median distance from the median, the standard deviation if it were normal, px.
+    double spread = std::numeric_limits<double>::quiet_NaN();
+    std::size_t matched = 0;
+    std::size_t features = 0; ///< of those, so many were looked for
+    double behind = 0;        ///< share of the matched ones that lie behind the cameras, as in swapped images
 };
 
 /// @param atInfinity disparity of points at infinity, px

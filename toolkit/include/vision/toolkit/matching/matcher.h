@@ -64,11 +64,9 @@ struct Matches
 ///
 /// Matches that lie outside the right image or where it shows nothing are dropped. Images too small for the
 /// range or the window are no error: what cannot be searched is not matched.
-/// @param threads how many threads may match at once, besides those that OpenCV uses itself; the result is
-///        the same for any number
 /// @throws Failure as withDefaults(), or when the images are no pair of `CV_8UC1` images of the same size
 VISION_TOOLKIT_EXPORT Matches match(const RectifiedPair& pair, const SearchRange& range,
-                                    const MatcherSettings& settings, int threads = 1);
+                                    const MatcherSettings& settings);
 
 /// Finds the disparities that occur in a pair, with a margin, by matching it coarsely over 60 % of its width.
 /// @param lowestPossible px, no disparity below it is looked for: that at infinity where it is known
