@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "calibration/guard.h"
+#include "document_guard.h"
 
 #include <opencv2/core.hpp>
 
@@ -15,7 +15,7 @@
 #include <stdexcept>
 #include <utility>
 
-namespace vision::detail {
+namespace vision::guard {
 
 namespace {
 
@@ -270,4 +270,4 @@ void requireSafeMatrix(const std::string& key, const cv::FileNode& node)
     }
 }
 
-} // namespace vision::detail
+} // namespace vision::guard
