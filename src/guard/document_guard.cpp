@@ -31,6 +31,7 @@ struct Format
 };
 
 constexpr const char* digits = "0123456789";
+constexpr const char* wordSymbols = "0123456789+-._ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr Format yaml{"%YAML", {"!!binary", "!^binary", "!<tag:yaml.org,2002:binary"}, "\"'#!{"};
 constexpr Format json{"{", {"\"$base64$"}, "\\/"};
 constexpr Format xml{"<?xml", {"\"binary\"", "'binary'"}, "'!"};
@@ -87,32 +88,99 @@ struct Levels
     bool isInText = false;
 };
 
+/// Follows a top level in brackets to its end through plain words, numbers and texts without escapes. Anything
+/// else is refused: it may hide that end, or make one too early.
+class TopLevelBrackets
+{
+public:
+    [[nodiscard]] bool areOpen() const { return !closings.empty(); }
+    [[nodiscard]] bool haveEnded() const { return closings.empty() && last == value; }
+
+    void read(const std::string& line, std::size_t position)
+    {
+        while ((position = line.find_first_not_of(' ', position)) < line.find_last_not_of("\r\n") + 1) {
+            position = readToken(line, position);
+        }
+    }
+
+private:
+    static constexpr char key = 'k';
+    static constexpr char value = 'v';
+
+    std::size_t readToken(const std::string& line, std::size_t position)
+    {
+        const char symbol = line[position];
+        const bool isInMap = areOpen() && closings.back() == '}';
+        const bool needsValue = last == ':' || last == '[' || (last == ',' && !isInMap);
+        const bool needsKey = last == '{' || (last == ',' && isInMap);
+        const std::string matrix = "!!opencv-matrix ";
+        std::size_t end = position + 1;
+        if (isAnyOf(symbol, "[{") && (needsValue || (last == '!' && symbol == '{'))) {
+            closings += symbol == '[' ? ']' : '}';
+            last = symbol;
+        } else if (areOpen() && symbol == closings.back() && isAnyOf(last, "[{v")) {
+            closings.pop_back();
+            last = value;
+        } else if ((symbol == ',' && areOpen() && last == value) || (symbol == ':' && last == key)) {
+            last = symbol;
+        } else if (needsValue && line.compare(position, matrix.size(), matrix) == 0) {
+            end = position + matrix.size();
+            last = '!';
+        } else if (needsValue && symbol == '"') {
+            end = line.find_first_of("\"\\\r\n", end);
+            last = line[end++] == '"' ? value : refuseToken();
+        } else {
+            end = line.find_first_not_of(wordSymbols, position);
+            last = end > position && needsKey ? key : end > position && needsValue ? value : refuseToken();
+        }
+        return end;
+    }
+
+    [[noreturn]] static char refuseToken()
+    {
+        refuse("its top level is in brackets with more than plain words and numbers in them; leave them out");
+    }
+
+    std::string closings; ///< that are due
+    char last = ':';      ///< what the last token was; a value comes next
+};
+
 /// Behind a document the parser skips three symbols, whatever they are, and waits for "---", for ever if
-/// another dash comes. Only a document that begins in the first column surely ends at "...".
+/// another dash comes. Only brackets, and a document that begins in the first column, surely end before "...".
 struct YamlDocuments
 {
     void read(const std::string& line, std::size_t column)
     {
         const bool isEnd = startsWith(line, "...");
-        if (isEnd || startsWith(line, "---")) {
-            if (!isAnyOf(line[line.find_first_not_of(' ', 3)], "#\r\n")) {
+        if (brackets.areOpen()) {
+            brackets.read(line, column);
+        } else if (isEnd || startsWith(line, "---")) {
+            hasEnded = isEnd || brackets.haveEnded(); // behind brackets, either is what the parser skips
+            isOutside = true;
+            brackets = TopLevelBrackets();
+            const std::size_t rest = line.find_first_not_of(' ', 3);
+            if (!hasEnded && isAnyOf(line[rest], "[{")) {
+                brackets.read(line, rest);
+            } else if (!isAnyOf(line[rest], "#\r\n")) {
                 refuse("\"---\" or \"...\" shares its line; write what follows in the next one");
             }
-            isOutside = true;
-            hasEnded = isEnd;
-        } else if (isOutside && line[column] != '%') { // no directive
-            if (hasEnded) {
+        } else if (isOutside && (line[column] != '%' || brackets.haveEnded())) { // no directive
+            if (hasEnded || brackets.haveEnded()) {
                 refuse("something follows the end of a document; put a line \"---\" before it");
             }
-            if (column > 0 || isAnyOf(line[0], "[{!")) {
-                refuse("its top level is indented, in brackets or typed; begin its keys in the first column");
+            if (isAnyOf(line[column], "[{")) {
+                brackets.read(line, column);
+            } else if (column > 0 || line[0] == '!') {
+                refuse("its top level is indented or typed; begin its keys in the first column");
+            } else {
+                isOutside = false;
             }
-            isOutside = false;
         }
     }
 
     bool isOutside = true;
     bool hasEnded = false;
+    TopLevelBrackets brackets;
 };
 
 void inspectYaml(const std::string& text)
