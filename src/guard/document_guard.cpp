@@ -99,6 +99,9 @@ public:
     void read(const std::string& line, std::size_t position)
     {
         while ((position = line.find_first_not_of(' ', position)) < line.find_last_not_of("\r\n") + 1) {
+            if (haveEnded() && line[position] == '#') {
+                return;
+            }
             position = readToken(line, position);
         }
     }

@@ -155,7 +155,8 @@ TEST_F(MalformedFile, IsNoneInPlainBracketsUnlessSomethingFollowsThem)
     };
     const std::string inside =
         "width: 640, cameraMatrix: { rows: 1, cols: 2, dt: f, data: [ 1,\n  2.e-0 ] } }";
-    for (const std::string text : {"--- {}\n", "---\n{\r\n  }\n# end\n...\n", "---{ a: [], b: [[1], -2] }"}) {
+    for (const std::string text :
+         {"--- {}\n", "---\n{\r\n  } # }\n# end\n...\n", "---{ a: [], b: [[1], -2] }"}) {
         expectOf(text, "0 []");
     }
     for (const std::string& text :
