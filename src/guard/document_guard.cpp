@@ -295,8 +295,9 @@ void requireSafeDocument(const std::string& filename)
     std::error_code ignored;
     const fs::file_status status = fs::status(name, ignored);
     if (fs::is_directory(status)) {
-        cv::Exception error(cv::Error::StsBadArg, "", "load", "", 0); // the type that OpenCV throws here
-        error.msg = refused + "it is a folder; name the calibration file in it.";
+        // The type that OpenCV throws here.
+        cv::Exception error(cv::Error::StsBadArg, "it is a folder; name the file in it", "load", "", 0);
+        error.msg = refused + error.err + '.';
         throw error;
     }
     try {
