@@ -88,8 +88,8 @@ struct Levels
     bool isInText = false;
 };
 
-/// Follows a top level in brackets to its end through plain words, numbers and texts without escapes. Anything
-/// else is refused: it may hide that end, or make one too early.
+/// Follows a top level in brackets to its end, through plain words, numbers and texts without escapes.
+/// Anything else is refused: it may hide that end, or make one too early.
 class TopLevelBrackets
 {
 public:
@@ -149,7 +149,7 @@ private:
 };
 
 /// Behind a document the parser skips three symbols, whatever they are, and waits for "---", for ever if
-/// another dash comes. Only brackets, and a document that begins in the first column, surely end before "...".
+/// another dash comes. Only brackets, and what begins in the first column, surely end before "...".
 struct YamlDocuments
 {
     void read(const std::string& line, std::size_t column)
