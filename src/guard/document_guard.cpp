@@ -118,7 +118,7 @@ private:
         const bool needsKey = last == '{' || (last == ',' && isInMap);
         const std::string matrix = "!!opencv-matrix ";
         std::size_t end = position + 1;
-        if (isAnyOf(symbol, "[{") && (needsValue || (last == '!' && symbol == '{'))) {
+        if (isAnyOf(symbol, "[{") && (needsValue || last == '!')) {
             closings += symbol == '[' ? ']' : '}';
             last = symbol;
         } else if (areOpen() && symbol == closings.back() && isAnyOf(last, "[{v")) {

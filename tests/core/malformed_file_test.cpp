@@ -168,6 +168,7 @@ TEST_F(MalformedFile, IsNoneInPlainBracketsUnlessSomethingFollowsThem)
     }
     // The parser would wait for ever at the dash behind "abc", or behind what takes the place of that.
     for (const std::string text : {"{ ,{ a: 1 } abc- }",
+                                   "{ a: 1, { b: 1 } abc- }",
                                    "{ [: 1 } abc- ]: 1 }",
                                    "{ a: b:{ } abc- }",
                                    "{ a: b [ } abc- ] }",
