@@ -13,6 +13,7 @@
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace vision::guard {
@@ -90,15 +91,15 @@ struct Levels
 
 /// Follows a top level in brackets to its end, through plain words, numbers and texts without escapes.
 /// Anything else is refused: it may hide that end, or make one too early.
-class TopLevelBrackets
+struct TopLevelBrackets
 {
-public:
     [[nodiscard]] bool areOpen() const { return !closings.empty(); }
-    [[nodiscard]] bool haveEnded() const { return closings.empty() && last == value; }
+    [[nodiscard]] bool haveEnded() const { return closings.empty() && last == 'v'; }
 
     void read(const std::string& line, std::size_t position)
     {
-        while ((position = line.find_first_not_of(' ', position)) < line.find_last_not_of("\r\n") + 1) {
+        const std::size_t end = line.find_last_not_of("\r\n") + 1;
+        while ((position = line.find_first_not_of(' ', position)) < end) {
             if (haveEnded() && line[position] == '#') {
                 return;
             }
@@ -106,35 +107,31 @@ public:
         }
     }
 
-private:
-    static constexpr char key = 'k';
-    static constexpr char value = 'v';
-
     std::size_t readToken(const std::string& line, std::size_t position)
     {
         const char symbol = line[position];
         const bool isInMap = areOpen() && closings.back() == '}';
         const bool needsValue = last == ':' || last == '[' || (last == ',' && !isInMap);
         const bool needsKey = last == '{' || (last == ',' && isInMap);
-        const std::string matrix = "!!opencv-matrix ";
+        constexpr std::string_view matrix = "!!opencv-matrix ";
         std::size_t end = position + 1;
         if (isAnyOf(symbol, "[{") && (needsValue || last == '!')) {
             closings += symbol == '[' ? ']' : '}';
             last = symbol;
         } else if (areOpen() && symbol == closings.back() && isAnyOf(last, "[{v")) {
             closings.pop_back();
-            last = value;
-        } else if ((symbol == ',' && areOpen() && last == value) || (symbol == ':' && last == key)) {
+            last = 'v';
+        } else if ((symbol == ',' && areOpen() && last == 'v') || (symbol == ':' && last == 'k')) {
             last = symbol;
         } else if (needsValue && line.compare(position, matrix.size(), matrix) == 0) {
             end = position + matrix.size();
             last = '!';
         } else if (needsValue && symbol == '"') {
             end = line.find_first_of("\"\\\r\n", end);
-            last = line[end++] == '"' ? value : refuseToken();
+            last = line[end++] == '"' ? 'v' : refuseToken();
         } else {
             end = line.find_first_not_of(wordSymbols, position);
-            last = end > position && needsKey ? key : end > position && needsValue ? value : refuseToken();
+            last = end > position && needsKey ? 'k' : end > position && needsValue ? 'v' : refuseToken();
         }
         return end;
     }
@@ -145,7 +142,7 @@ private:
     }
 
     std::string closings; ///< that are due
-    char last = ':';      ///< what the last token was; a value comes next
+    char last = ':';      ///< symbol of the last token, k for a key, v for the end of a value
 };
 
 /// Behind a document the parser skips three symbols, whatever they are, and waits for "---", for ever if
