@@ -84,8 +84,9 @@ public:
     ///
     /// Files on which OpenCV's parser would crash, hang or use up the memory are refused: anything but
     /// regular files, documents of more than 1 MiB (uncompressed) or with more than 1000 nested levels,
-    /// base64 data, NUL bytes, YAML whose top level is not a block of keys in the first column, XML with a
-    /// carriage return inside a line, and matrices that are larger than their file.
+    /// base64 data, NUL bytes, YAML whose top level is neither a block of keys in the first column nor in
+    /// brackets with only plain words, numbers and texts in them, XML with a carriage return inside a line,
+    /// and matrices that are larger than their file.
     ///
     /// When the document is refused, nothing changes. When one of its entries is, the fields before it (in
     /// the order of declaration) hold the values of the file, the others their old ones.

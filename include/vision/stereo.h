@@ -143,13 +143,16 @@ public:
     /// Where the semi-global matcher could search no more columns than half a block, the images are matched
     /// with their last column repeated as often as it needs, and what this adds to the disparities is cut
     /// off.
+    ///
+    /// OpenCV's filter of speckles keeps coordinates in 16 bits. Unless it is off (speckleWindowSize / s is
+    /// 0), images may have at most 32767 rows and columns, the repeated ones included.
     /// @param left,right rectified images, `CV_8UC1`, of the same size, not wider than the calibration
     /// @return disparity of the left image in px of its own size and in steps of 1/16 px, `CV_32FC1`; the
     ///         value minDisparity / s - 2 marks pixels without a match. Empty when the algorithm is neither
     ///         BM nor SGBM.
     /// @throws std::invalid_argument when the sizes differ, a type is not `CV_8UC1` (which alone is not
-    ///         logged), the images are empty, have more than two dimensions or are wider than the
-    ///         calibration, or there are no calibrations
+    ///         logged), the images are empty, have more than two dimensions, are wider than the calibration
+    ///         or too large for the filter of speckles, or there are no calibrations
     /// @throws cv::Exception when the matcher refuses a parameter, when the largest disparity is more than an
     ///         int can hold, or when matching fails (which is logged)
     [[nodiscard]] cv::Mat computeDisparity(const cv::Mat& left, const cv::Mat& right) const;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "calibration/guard.h"
+#include "document_guard.h"
 #include "log_categories.h"
 
 #include <vision/calibration.h>
@@ -36,7 +36,7 @@ std::string describe(const std::string& filename, const Calibration& calibration
 void readMatrix(const cv::FileStorage& storage, const char* key, cv::Mat& matrix)
 {
     const cv::FileNode node = storage[key];
-    detail::requireSafeMatrix(key, node);
+    guard::requireSafeMatrix(key, node);
     cv::read(node, matrix, cv::Mat());
 }
 
@@ -65,7 +65,7 @@ void Calibration::load(const std::string& filename)
         detail::refuse<std::invalid_argument>(calibrationCategory, "load", "Invalid calibration file: \"\".");
     }
     try {
-        detail::requireSafeDocument(filename);
+        guard::requireSafeDocument(filename);
         const cv::FileStorage storage(filename, cv::FileStorage::READ, std::string());
         if (!storage.isOpened()) {
             throw std::invalid_argument("Failed to open file: \"" + filename + "\".");

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
 #include <stdexcept>
 
@@ -67,8 +68,22 @@ cv::Mat widen(const cv::Mat& image, int columns)
     return wider;
 }
 
+/// The filter of speckles keeps coordinates in 16 bits; in larger images it writes outside of its buffers.
+void requireFilterable(const cv::StereoMatcher& matcher, const cv::Mat& image)
+{
+    if (matcher.getSpeckleWindowSize() > 0 &&
+        std::max(image.rows, image.cols) > std::numeric_limits<std::int16_t>::max()) {
+        detail::refuse<std::invalid_argument>(
+            stereoCategory,
+            method,
+            "Speckles can be filtered in at most 32767 rows and columns: match "
+            "smaller images or set the speckle window size to 0.");
+    }
+}
+
 cv::Mat match(cv::StereoMatcher& matcher, const cv::Mat& left, const cv::Mat& right)
 {
+    requireFilterable(matcher, left);
     try {
         cv::Mat raw;
         cv::Mat disparity;

@@ -97,13 +97,9 @@ TEST_F(MalformedFile, CrashesAndStallsNothing)
           "base64.json",
           "base64.xml",
           "base64-quotes.xml"}},
-        {"follows the end", {"list-behind-document.yml"}},
+        {"follows the end", {"list-behind-document.yml", "top-level-is-list.yml"}},
         {"shares its line", {"list-behind-end.yml", "key-behind-start.yml", "top-level-in-brackets.yml"}},
-        {"top level",
-         {"list-behind-indented.yml",
-          "top-level-indented.yml",
-          "top-level-is-list.yml",
-          "top-level-typed.yml"}},
+        {"top level", {"list-behind-indented.yml", "top-level-indented.yml", "top-level-typed.yml"}},
         {"ends behind the '='", {"ends-behind-equals.xml", "ends-behind-equals-and-blanks.xml"}},
         {"carriage return", {"carriage-return.xml"}},
         {"basic_string", {"blank-key.yml"}},
@@ -148,6 +144,49 @@ TEST_F(MalformedFile, IsNoneThatIsMerelyOddOrLong)
     }
     EXPECT_EQ(count, 3 * 4 + 7);
     expectReport(path + "odd.yml.gz9?base64", fields);
+}
+
+TEST_F(MalformedFile, IsNoneInPlainBracketsUnlessSomethingFollowsThem)
+{
+    const auto expectOf = [&](const std::string& text, const std::string& expected) {
+        SCOPED_TRACE(text);
+        expectReport(write("brackets.yml", "%YAML:1.0\n" + text), expected);
+    };
+    const std::string inside =
+        "width: 640, cameraMatrix: { rows: 1, cols: 2, dt: f, data: [ 1,\n  2.e-0 ] } }";
+    for (const std::string text :
+         {"--- {}\n", "---\n{\r\n  } # }\n# end\n...\n", "---{ a: [], b: [[1], -2] }"}) {
+        expectOf(text, "0 []");
+    }
+    for (const std::string& text :
+         {"---\n{" + inside + "\n",
+          "--- { x: \"] }\", " + inside + "\n...\n---\na: 1\n",
+          "---\n  {a: {},\n # }\n b : {c: 1},\n " + inside + "\n---\n--- # next\nb: 2\n",
+          "---\n{ m: !!opencv-matrix { rows: 0, cols: 0, dt: \"3f\", data: [] }, " + inside}) {
+        expectOf(text, fields);
+    }
+    // The parser would wait for ever at the dash behind "abc", or behind what takes the place of that.
+    for (const std::string text : {"{ ,{ a: 1 } abc- }",
+                                   "{ a: 1, { b: 1 } abc- }",
+                                   "{ [: 1 } abc- ]: 1 }",
+                                   "{ a: b:{ } abc- }",
+                                   "{ a: b [ } abc- ] }",
+                                   "{ a: \"\\\"\", b: 1 } abc- x\", b: 1 }",
+                                   "{ a: '{' } abc- }' }",
+                                   "{ a: 1 # {\n } abc- # }\n }",
+                                   "{ a: !{ 1 } abc- }",
+                                   "{ \"a:b\": { c\": 1 } abc- } }",
+                                   "{ a: !!opencv-matrix !!opencv-matrix { } abc- }",
+                                   "{ a: 1, }: 2 } abc- ",
+                                   "{ a: 1 \r }\n } abc- x",
+                                   "{} abc- x"}) {
+        expectOf("---\n" + text + '\n', "its top level is in brackets with more");
+    }
+    for (const std::string text :
+         {"---\n- x", "...\n- x", " abc\n - x", "%ab- x", "\r\n.\n- x", " ...\n- x"}) {
+        expectOf("---\n{}\n" + text + '\n', "something follows");
+    }
+    expectOf("--- " + repeat("[", 1001) + repeat("]", 1001), "deeply");
 }
 
 TEST_F(MalformedFile, IsOneNestedTooDeeply)

@@ -210,4 +210,44 @@ TEST(StereoDisparity, OfTheSemiGlobalMatcherReachesTheRightBorderOfNarrowImages)
     }
 }
 
+TEST(StereoDisparity, OfImagesBeyondTheCoordinatesOfTheSpeckleFilterNeedsItOff)
+{
+    const std::string refusal = "Speckles can be filtered in at most 32767 rows and columns: match smaller "
+                                "images or set the speckle window size to 0.";
+    struct
+    {
+        cv::Size size;
+        Stereo::StereoAlgorithm algorithm;
+        int speckleWindow;
+        bool isRefused;
+        int minDisparity = 1;
+    } const rows[] = {
+        {{32767, 24}, Stereo::BM, 400, false},
+        {{64, 32767}, Stereo::SGBM, 400, false},
+        {{40000, 24}, Stereo::BM, 0, false},
+        {{40000, 24}, Stereo::SGBM, 0, false},
+        {{40000, 200}, Stereo::BM, 400, true},
+        {{20, 33000}, Stereo::SGBM, 1, true},
+        {{32767, 24}, Stereo::SGBM, 1, true, 32751}, // which adds columns
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.size);
+        cv::Mat texture(row.size + cv::Size(3, 0), CV_8UC1);
+        cv::RNG(1).fill(texture, cv::RNG::UNIFORM, 0, 256);
+        const cv::Mat left = texture.colRange(0, row.size.width), right = texture.colRange(3, texture.cols);
+        OpenStereo stereo(makeCalibrations(row.size.width, row.size.height));
+        stereo.setStereoAlgorithm(row.algorithm);
+        stereo.setMinDisparity(row.minDisparity);
+        stereo.setDisparityNumber(16);
+        stereo.setWindowSize(9); // small for these images: their results are repeatable
+        stereo.setSpeckleWindowSize(row.speckleWindow);
+        const auto match = [&] { return stereo.computeDisparity(left, right); };
+        if (row.isRefused) {
+            expectRefusal<std::invalid_argument>(match, refusal, {stereoError("computeDisparity", refusal)});
+        } else {
+            EXPECT_TRUE(areBitEqual(match(), oracle::disparity(stereo, row.size.width, left, right)));
+        }
+    }
+}
+
 } // namespace

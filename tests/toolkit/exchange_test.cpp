@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "support/calibrations.h"
+#include "support/process.h"
 #include "support/scratch_folder.h"
 
 #include <vision/toolkit/failure.h>
@@ -162,6 +163,26 @@ TEST_F(Exchange, OpenCvSampleTakesItsUnit)
     EXPECT_THAT(complaintOf({intrinsics, extrinsics}, {cv::Size(640, 480), {}}), HasSubstr("--unit"));
     EXPECT_THAT(complaintOf({intrinsics, intrinsics}, {cv::Size(640, 480), 1}),
                 HasSubstr("lacks a usable matrix R1"));
+
+    const std::string deep = write("deep.yml", "%YAML:1.0\nR1: " + std::string(200'000, '[') + '\n');
+    const std::string typed =
+        write("typed.yml",
+              "%YAML:1.0\nR1: { rows: 3, cols: 3, dt: \"" + std::string(200, 'f') + "\", data: [1] }\n");
+    const std::string bomb = folder.path() + "/bomb.yml.gz";
+    support::runShell(folder.path(), "(echo %YAML:1.0; head -c 50M /dev/zero) | gzip >bomb.yml.gz");
+    const std::pair<std::string, const char*> rows[] = {
+        {deep, "nested too deeply"},
+        {typed, "dt is no element type"},
+        {bomb, "larger than 1 MiB"},
+        {write("torn.yml", "%YAML:1.0\nR1: [1\n"), "no document that OpenCV can read"},
+        {write("list.yml", "%YAML:1.0\n- 1\n"), "its M1 cannot be read"},
+        {folder.path() + "/none.yml", "cannot be read"},
+        {folder.path(), "it is a folder"},
+    };
+    for (const auto& [file, complaint] : rows) {
+        EXPECT_THAT(complaintOf({intrinsics, file}, {cv::Size(640, 480), 1}),
+                    testing::AllOf(HasSubstr(file), HasSubstr(complaint)));
+    }
 }
 
 TEST_F(Exchange, RefusesByNameWhatTheRecordCannotHold)

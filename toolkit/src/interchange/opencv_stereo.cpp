@@ -3,22 +3,60 @@
 
 #include <vision/toolkit/failure.h>
 
+#include <document_guard.h>
+
 #include <opencv2/core.hpp>
 
 #include <algorithm>
+#include <iterator>
+#include <stdexcept>
 
 namespace vision::toolkit {
 
 namespace {
 
-cv::Mat readMatrix(const std::vector<cv::FileStorage>& storages, const std::vector<std::string>& files,
+struct Document
+{
+    std::string file;
+    cv::FileStorage storage;
+};
+
+Document openDocument(const std::string& file)
+{
+    try {
+        guard::requireSafeDocument(file);
+        Document document{file, cv::FileStorage(file, cv::FileStorage::READ)};
+        if (!document.storage.isOpened()) {
+            throw Failure(file + ": cannot be read");
+        }
+        return document;
+    } catch (const cv::Exception& error) {
+        throw Failure(file + ": is no document that OpenCV can read: " + describe(error));
+    } catch (const std::invalid_argument& error) {
+        throw Failure(error.what()); // of the guard, with the name
+    }
+}
+
+cv::Mat readEntry(const Document& document, const char* key)
+{
+    try {
+        const cv::FileNode node = document.storage[key];
+        guard::requireSafeMatrix(key, node);
+        cv::Mat matrix;
+        cv::read(node, matrix);
+        return matrix;
+    } catch (const std::exception& error) {
+        throw Failure(document.file + ": its " + key + " cannot be read: " + describe(error));
+    }
+}
+
+cv::Mat readMatrix(const std::vector<Document>& documents, const std::vector<std::string>& files,
                    const char* key, int rows, int columns)
 {
     cv::Mat matrix;
-    for (const cv::FileStorage& storage : storages) {
-        if (!storage[key].empty()) {
-            storage[key] >> matrix;
-        }
+    for (const Document& document : documents) {
+        const cv::Mat entry = readEntry(document, key);
+        matrix = entry.empty() ? matrix : entry;
     }
     const bool fits = matrix.dims == 2 && matrix.channels() == 1 && matrix.depth() >= CV_32F &&
                       (rows == 0 || (matrix.rows == rows && matrix.cols == columns)) &&
@@ -44,11 +82,8 @@ CalibrationPair readOpenCvStereo(const std::vector<std::string>& files, const Fo
                       ": does not say in what its lengths are; give the edge of a square as the "
                       "sample was given it, or the unit, with --unit, such as 25mm or 1m");
     }
-    std::vector<cv::FileStorage> storages;
-    storages.reserve(files.size());
-    for (const std::string& file : files) {
-        storages.emplace_back(file, cv::FileStorage::READ);
-    }
+    std::vector<Document> documents;
+    std::transform(files.begin(), files.end(), std::back_inserter(documents), openDocument);
     CalibrationPair pair;
     const char* const keys[2][4] = {{"M1", "D1", "R1", "P1"}, {"M2", "D2", "R2", "P2"}};
     Calibration* const records[] = {&pair.left, &pair.right};
@@ -56,10 +91,10 @@ CalibrationPair readOpenCvStereo(const std::vector<std::string>& files, const Fo
         Calibration& record = *records[camera];
         record.width = details.imageSize->width;
         record.height = details.imageSize->height;
-        record.cameraMatrix = readMatrix(storages, files, keys[camera][0], 3, 3);
-        record.distortion = readMatrix(storages, files, keys[camera][1], 0, 0).reshape(1, 1);
-        record.rectificationMatrix = readMatrix(storages, files, keys[camera][2], 3, 3);
-        record.projectionMatrix = readMatrix(storages, files, keys[camera][3], 3, 4);
+        record.cameraMatrix = readMatrix(documents, files, keys[camera][0], 3, 3);
+        record.distortion = readMatrix(documents, files, keys[camera][1], 0, 0).reshape(1, 1);
+        record.rectificationMatrix = readMatrix(documents, files, keys[camera][2], 3, 3);
+        record.projectionMatrix = readMatrix(documents, files, keys[camera][3], 3, 4);
         for (int row = 0; row < 2; ++row) {
             record.projectionMatrix.at<float>(row, 3) *= static_cast<float>(*details.metresPerUnit);
         }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "calibration/guard.h"
+#include "document_guard.h"
 
 #include <opencv2/core.hpp>
 
@@ -13,9 +13,10 @@
 #include <memory>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
-namespace vision::detail {
+namespace vision::guard {
 
 namespace {
 
@@ -31,6 +32,7 @@ struct Format
 };
 
 constexpr const char* digits = "0123456789";
+constexpr const char* wordSymbols = "0123456789+-._ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz";
 constexpr Format yaml{"%YAML", {"!!binary", "!^binary", "!<tag:yaml.org,2002:binary"}, "\"'#!{"};
 constexpr Format json{"{", {"\"$base64$"}, "\\/"};
 constexpr Format xml{"<?xml", {"\"binary\"", "'binary'"}, "'!"};
@@ -87,32 +89,98 @@ struct Levels
     bool isInText = false;
 };
 
+/// Follows a top level in brackets to its end, through plain words, numbers and texts without escapes.
+/// Anything else is refused: it may hide that end, or make one too early.
+struct TopLevelBrackets
+{
+    [[nodiscard]] bool areOpen() const { return !closings.empty(); }
+    [[nodiscard]] bool haveEnded() const { return closings.empty() && last == 'v'; }
+
+    void read(const std::string& line, std::size_t position)
+    {
+        const std::size_t end = line.find_last_not_of("\r\n") + 1;
+        while ((position = line.find_first_not_of(' ', position)) < end) {
+            if (haveEnded() && line[position] == '#') {
+                return;
+            }
+            position = readToken(line, position);
+        }
+    }
+
+    std::size_t readToken(const std::string& line, std::size_t position)
+    {
+        const char symbol = line[position];
+        const bool isInMap = areOpen() && closings.back() == '}';
+        const bool needsValue = last == ':' || last == '[' || (last == ',' && !isInMap);
+        const bool needsKey = last == '{' || (last == ',' && isInMap);
+        constexpr std::string_view matrix = "!!opencv-matrix ";
+        std::size_t end = position + 1;
+        if (isAnyOf(symbol, "[{") && (needsValue || last == '!')) {
+            closings += symbol == '[' ? ']' : '}';
+            last = symbol;
+        } else if (areOpen() && symbol == closings.back() && isAnyOf(last, "[{v")) {
+            closings.pop_back();
+            last = 'v';
+        } else if ((symbol == ',' && areOpen() && last == 'v') || (symbol == ':' && last == 'k')) {
+            last = symbol;
+        } else if (needsValue && line.compare(position, matrix.size(), matrix) == 0) {
+            end = position + matrix.size();
+            last = '!';
+        } else if (needsValue && symbol == '"') {
+            end = line.find_first_of("\"\\\r\n", end);
+            last = line[end++] == '"' ? 'v' : refuseToken();
+        } else {
+            end = line.find_first_not_of(wordSymbols, position);
+            last = end > position && needsKey ? 'k' : end > position && needsValue ? 'v' : refuseToken();
+        }
+        return end;
+    }
+
+    [[noreturn]] static char refuseToken()
+    {
+        refuse("its top level is in brackets with more than plain words and numbers in them; leave them out");
+    }
+
+    std::string closings; ///< that are due
+    char last = ':';      ///< symbol of the last token, k for a key, v for the end of a value
+};
+
 /// Behind a document the parser skips three symbols, whatever they are, and waits for "---", for ever if
-/// another dash comes. Only a document that begins in the first column surely ends at "...".
+/// another dash comes. Only brackets, and what begins in the first column, surely end before "...".
 struct YamlDocuments
 {
     void read(const std::string& line, std::size_t column)
     {
         const bool isEnd = startsWith(line, "...");
-        if (isEnd || startsWith(line, "---")) {
-            if (!isAnyOf(line[line.find_first_not_of(' ', 3)], "#\r\n")) {
+        if (brackets.areOpen()) {
+            brackets.read(line, column);
+        } else if (isEnd || startsWith(line, "---")) {
+            hasEnded = isEnd || brackets.haveEnded(); // behind brackets, either is what the parser skips
+            isOutside = true;
+            brackets = TopLevelBrackets();
+            const std::size_t rest = line.find_first_not_of(' ', 3);
+            if (!hasEnded && isAnyOf(line[rest], "[{")) {
+                brackets.read(line, rest);
+            } else if (!isAnyOf(line[rest], "#\r\n")) {
                 refuse("\"---\" or \"...\" shares its line; write what follows in the next one");
             }
-            isOutside = true;
-            hasEnded = isEnd;
-        } else if (isOutside && line[column] != '%') { // no directive
-            if (hasEnded) {
+        } else if (isOutside && (line[column] != '%' || brackets.haveEnded())) { // no directive
+            if (hasEnded || brackets.haveEnded()) {
                 refuse("something follows the end of a document; put a line \"---\" before it");
             }
-            if (column > 0 || isAnyOf(line[0], "[{!")) {
-                refuse("its top level is indented, in brackets or typed; begin its keys in the first column");
+            if (isAnyOf(line[column], "[{")) {
+                brackets.read(line, column);
+            } else if (column > 0 || line[0] == '!') {
+                refuse("its top level is indented or typed; begin its keys in the first column");
+            } else {
+                isOutside = false;
             }
-            isOutside = false;
         }
     }
 
     bool isOutside = true;
     bool hasEnded = false;
+    TopLevelBrackets brackets;
 };
 
 void inspectYaml(const std::string& text)
@@ -224,8 +292,9 @@ void requireSafeDocument(const std::string& filename)
     std::error_code ignored;
     const fs::file_status status = fs::status(name, ignored);
     if (fs::is_directory(status)) {
-        cv::Exception error(cv::Error::StsBadArg, "", "load", "", 0); // the type that OpenCV throws here
-        error.msg = refused + "it is a folder; name the calibration file in it.";
+        // The type that OpenCV throws here.
+        cv::Exception error(cv::Error::StsBadArg, "it is a folder; name the file in it", "load", "", 0);
+        error.msg = refused + error.err + '.';
         throw error;
     }
     try {
@@ -270,4 +339,4 @@ void requireSafeMatrix(const std::string& key, const cv::FileNode& node)
     }
 }
 
-} // namespace vision::detail
+} // namespace vision::guard
