@@ -57,7 +57,7 @@ std::vector<double> takeAny(const YAML::Node& node, const std::string& key, std:
 {
     std::vector<double> numbers;
     const YAML::Node value = node[key];
-    const YAML::Node list = value.IsMap() ? value["data"] : value;
+    const YAML::Node list = value.IsDefined() && value.IsMap() ? value["data"] : value;
     return list.IsDefined() && addNumbers(list, most, numbers) ? numbers : std::vector<double>();
 }
 
