@@ -165,12 +165,15 @@ TEST_F(Calibrate, SaysWhatToChangeAndWritesNothing)
 {
     const std::pair<std::string, std::string> rows[] = {
         {"SQUARE=25 calibrate --left l.png --right r.png", "--square"},
+        {"SQUARE=nanmm calibrate --left l.png --right r.png", "--square"},
+        {"BOARD=0x9x6 calibrate --left l.png --right r.png", "--board"},
         {"BOARD=9 calibrate --left l.png --right r.png", "--board"},
         {"BOARD=9x2 calibrate --left l.png --right r.png", "--board"},
         {"BOARD=201x9 calibrate --left l.png --right r.png", "--board"},
         {"calibrate --left l.png --right r.png --distortion 6", "--distortion"},
         {"calibrate --left l.png --right r.png --fix k9", "--fix"},
         {"calibrate --left l.png --right r.png --alpha 2", "--alpha"},
+        {"calibrate --left l.png --right r.png --alpha nan", "--alpha"},
         {"calibrate --left l.png --right r.png --pattern dots", "--pattern"},
         {"calibrate --left l.png --right r.png --pattern charuco --marker 2cm", "--marker and --dictionary"},
         {"calibrate --left l.png --right r.png --pattern charuco --dictionary X",

@@ -102,10 +102,15 @@ TEST_F(Tool, ConvertsCalibrations)
         0,
         "",
         AllOf(HasSubstr("image size: 320 x 240 px"), HasSubstr("baseline: 0.10000 m")));
-    for (const std::string size : {"320", "0x240", "320x0"}) {
+    for (const std::string size : {"320", "0x240", "320x0", "0x140x240", "320x240x", "32768x240"}) {
         run("tool convert road.txt --output lone --size " + size, 2, HasSubstr("--size"), "");
         run("tool scale left.yml --output lone --size " + size, 2, HasSubstr("--size"), "");
     }
+    run("tool convert left.yml right.yml --size 320x240 --output lone", 2, HasSubstr("leave out --size"));
+    run("sed 's/-30/-30000/' road.txt >long.txt; tool convert long.txt --size 320x240 --output long &&"
+        "tool info long/left.yml long/right.yml",
+        0,
+        HasSubstr("long/left.yml and long/right.yml: the cameras are 100 m apart"));
     run("LEFT=ros/left.yaml plane", 2, AllOf(HasSubstr("camera_info"), HasSubstr("stereovision convert")));
     run("tool convert left.yml --output lone", 2, HasSubstr("give two files"));
     run("tool convert left.yml right.yml --to xml --output lone", 2, HasSubstr("--to"));

@@ -125,8 +125,20 @@ TEST_F(Exchange, RectifiedDataSetsKeepTheirGeometry)
     EXPECT_EQ(cv::Size(pair.left.width, pair.left.height), cv::Size(2964, 1988));
     EXPECT_FLOAT_EQ(pair.right.projectionMatrix.at<float>(0, 2), 1369.115f);
     EXPECT_NEAR(-pair.right.projectionMatrix.at<float>(0, 3) / 3979.911, 0.193001, 1e-6);
-    const CalibrationPair road = readForeign({write("kitti.txt", kitti)}, {cv::Size(1241, 376), {}});
+    const CalibrationPair road = readForeign({write("kitti.txt", kitti)}, {cv::Size(1241, 376), {}, {}});
     EXPECT_FLOAT_EQ(road.right.projectionMatrix.at<float>(0, 3), -386.1448f);
+
+    // The pair with colour has a baseline of its own, and its centres lie off the first camera's plane.
+    const std::string four = write("four.txt",
+                                   kitti + "P2: 700 0 600 45.4 0 700 185 -0.1 0 0 1 0.004\r\n"
+                                           "P3: 700 0 600 -328.8 0 700 185 2.2 0 0 1 0.003\n\n");
+    ForeignDetails details{cv::Size(1241, 376), {}, KittiCameras::Colour};
+    const CalibrationPair colour = readForeign({four}, details);
+    EXPECT_NEAR(colour.right.projectionMatrix.at<float>(0, 3), -330.6 - 43.0, 1e-3);
+    details.kittiCameras = KittiCameras::Grey;
+    EXPECT_FLOAT_EQ(readForeign({four}, details).right.projectionMatrix.at<float>(0, 3), -386.1448f);
+    details.kittiCameras.reset();
+    EXPECT_THAT(complaintOf({four}, details), HasSubstr("two pairs of cameras"));
 }
 
 TEST_F(Exchange, OpenCvSampleTakesItsUnit)
@@ -153,15 +165,18 @@ TEST_F(Exchange, OpenCvSampleTakesItsUnit)
            {"P2", pair.right.projectionMatrix}});
     EXPECT_EQ(identify(intrinsics), CalibrationFormat::OpenCvStereo);
     EXPECT_EQ(identify(extrinsics), CalibrationFormat::OpenCvStereo);
-    const CalibrationPair read = readForeign({intrinsics, extrinsics}, {cv::Size(640, 480), 0.025});
+    const CalibrationPair read = readForeign({intrinsics, extrinsics}, {cv::Size(640, 480), 0.025, {}});
     EXPECT_EQ(cv::norm(read.left.cameraMatrix, pair.left.cameraMatrix), 0);
     EXPECT_FLOAT_EQ(read.right.projectionMatrix.at<float>(0, 3), -500 * support::baseline * 0.025f);
-    EXPECT_THAT(complaintOf({intrinsics, extrinsics}), HasSubstr("--size"));
-    EXPECT_THAT(complaintOf({write("1.txt", middlebury)}, {{}, 1}), HasSubstr("--unit does nothing"));
-    EXPECT_THAT(complaintOf({write("1.txt", middlebury)}, {cv::Size(2, 1), {}}),
-                HasSubstr("--size does nothing"));
-    EXPECT_THAT(complaintOf({intrinsics, extrinsics}, {cv::Size(640, 480), {}}), HasSubstr("--unit"));
-    EXPECT_THAT(complaintOf({intrinsics, intrinsics}, {cv::Size(640, 480), 1}),
+    EXPECT_THAT(complaintOf({intrinsics, extrinsics}), HasSubstr("size of the images"));
+    EXPECT_THAT(complaintOf({write("1.txt", middlebury)}, {{}, 1, {}}), HasSubstr("unit that is known"));
+    EXPECT_THAT(complaintOf({write("1.txt", middlebury)}, {cv::Size(2, 1), {}, {}}),
+                HasSubstr("holds the size"));
+    EXPECT_THAT(complaintOf({write("1.txt", middlebury)}, {{}, {}, KittiCameras::Grey}),
+                HasSubstr("one pair of cameras"));
+    EXPECT_THAT(complaintOf({intrinsics, extrinsics}, {cv::Size(640, 480), {}, {}}),
+                HasSubstr("in what its lengths are"));
+    EXPECT_THAT(complaintOf({intrinsics, intrinsics}, {cv::Size(640, 480), 1, {}}),
                 HasSubstr("lacks a usable matrix R1"));
 
     const std::string deep = write("deep.yml", "%YAML:1.0\nR1: " + std::string(200'000, '[') + '\n');
@@ -180,7 +195,7 @@ TEST_F(Exchange, OpenCvSampleTakesItsUnit)
         {folder.path(), "it is a folder"},
     };
     for (const auto& [file, complaint] : rows) {
-        EXPECT_THAT(complaintOf({intrinsics, file}, {cv::Size(640, 480), 1}),
+        EXPECT_THAT(complaintOf({intrinsics, file}, {cv::Size(640, 480), 1, {}}),
                     testing::AllOf(HasSubstr(file), HasSubstr(complaint)));
     }
 }
@@ -200,8 +215,26 @@ TEST_F(Exchange, RefusesByNameWhatTheRecordCannotHold)
         {replaced(kalibr, "-0.12]\n", "0.0001]\n"), "side by side"},
         {"cam0: [", "no readable YAML"},
         {replaced(middlebury, "baseline=193.001", "baseline=x"), "baseline must hold 1 numbers"},
-        {replaced(middlebury, "[3979.911", "[-3979.911"), "focal lengths must be positive"},
-        {kitti, "--size"},
+        {replaced(middlebury, "[3979.911", "[-3979.911"), "same f twice"},
+        {replaced(kalibr, "[640, 480]", "[640, 480.5]"), "resolution is 480.5"},
+        {replaced(kalibr, "[640, 480]", "[640, 40000]"), "1 to 32767"},
+        {replaced(kalibr, "0.9998,", "0.8998,"), "no rotation"},
+        {replaced(kalibr, "0.99983,", "-0.99983,"), "no rotation"},
+        {replaced(kalibr, "[0, 0, 0, 1]", "[0, 0, 0, 2]"), "last row"},
+        {replaced(kalibr, "[500, 505", "[0x1F4, 505"), "intrinsics"},
+        {replaced(kalibr, "[500, 505", "[500 px, 505"), "intrinsics"},
+        {replaced(kalibr, "[500, 505", "[-500, 505"), "focal lengths must be positive"},
+        {replaced(kalibr, "[-0.1,", "[[0, 0], *a, *a, "), "no readable YAML (line 5"},
+        {"cam0: 1\ncam1: 2\n", "is not built as a camera chain"},
+        {"cam0: " + std::string(60'000, '['), "no readable YAML"},
+        {kalibr + std::string(70'000, '\n'), "more than 65536 bytes"},
+        {replaced(middlebury, "0 3979.911 1019", "0 3979 1019"), "same f twice and no skew"},
+        {replaced(middlebury, "3979.911 0 1369", "3979.911 1 1369"), "cam1 is no camera of rectified"},
+        {replaced(middlebury, "193.001", "193.001mm"), "baseline must hold 1 numbers"},
+        {replaced(middlebury, "ndisp=270", "rubbish"), "\"rubbish\" is none"},
+        {middlebury + "width=5\n", "comes twice"},
+        {replaced(middlebury, "width=2964", "width=1e9"), "width is 1000000000"},
+        {kitti, "size of the images"},
         {info, "give two files"},
         {replaced(info, "plumb_bob", "equidistant"), "give two files"},
         {"no calibration", "no known calibration"},
@@ -211,12 +244,33 @@ TEST_F(Exchange, RefusesByNameWhatTheRecordCannotHold)
     }
     const std::string fisheye = write("fisheye.yaml", replaced(info, "plumb_bob", "equidistant"));
     EXPECT_THAT(complaintOf({fisheye, fisheye}), HasSubstr("\"equidistant\""));
-    EXPECT_THAT(complaintOf({folder.path()}), HasSubstr("no known calibration"));
+    EXPECT_THAT(complaintOf({folder.path()}), HasSubstr(folder.path()));
+
+    // A list that its aliases would make a hundred million numbers long.
+    std::string wild = "a: &a [[1, 1, 1, 1, 1, 1, 1, 1, 1, 1]";
+    const auto repeat = [&wild](const std::string& alias) {
+        for (int i = 0; i < 7000; ++i) {
+            wild += alias;
+        }
+        wild += "]\n";
+    };
+    repeat(", 1");
+    wild += "b: &b [*a";
+    repeat(", *a");
+    EXPECT_THAT(
+        complaintOf({write("aliases.yaml", wild + replaced(kalibr, "[-0.1, 0.02, 0.001, 0.0005]", "*b"))}),
+        HasSubstr("distortion_coeffs must be a list of 4 numbers"));
+
+    const CalibrationPair own = makePair();
+    own.left.save(folder.path() + "/own-left.yml.gz");
+    own.right.save(folder.path() + "/own-right.yml.gz");
+    EXPECT_EQ(complaintOf({folder.path() + "/own-left.yml.gz", folder.path() + "/own-right.yml.gz"}),
+              "no complaint");
     try {
         (void)loadCalibration(write("camchain.yaml", kalibr));
         ADD_FAILURE() << "a foreign file was loaded";
     } catch (const Failure& failure) {
-        EXPECT_THAT(failure.what(), testing::AllOf(HasSubstr("Kalibr"), HasSubstr("stereovision convert")));
+        EXPECT_THAT(failure.what(), HasSubstr("is a camera chain of Kalibr"));
     }
 }
 

@@ -2,6 +2,7 @@
 #include "support/calibrations.h"
 
 #include <vision/toolkit/depth/rig.h>
+#include <vision/toolkit/failure.h>
 #include <vision/toolkit/records/inspection.h>
 
 #include <gtest/gtest.h>
@@ -36,9 +37,9 @@ TEST(CalibrationFaults, AreNamedOneByOne)
         {[](auto&) {}, ""},
         {[](auto& c) { c.rectificationMatrix.release(), c.distortion.release(); }, ""},
         {[](auto& c) { c.rectificationMatrix = cv::Mat::eye(3, 3, CV_64F); }, ""},
-        {[](auto& c) { c.width = 1 << 16, c.height = 1; }, ""},
+        {[](auto& c) { c.width = 32767, c.height = 1; }, ""},
         {[](auto& c) { c.width = 0; }, "size "},
-        {[](auto& c) { c.height = (1 << 16) + 1; }, "size "},
+        {[](auto& c) { c.height = 32768; }, "size "},
         {[](auto& c) { c.cameraMatrix.release(); }, "camera-matrix "},
         {[](auto& c) { c.cameraMatrix.template at<float>(2, 2) = 2; }, "camera-matrix "},
         {[](auto& c) { c.cameraMatrix.template at<float>(0, 2) = NAN; }, "camera-matrix "},
@@ -95,6 +96,7 @@ TEST(CalibrationFaults, OfAPairAreNamed)
         {[&](auto&, auto& r) { entry(r, 0, 0) *= 1.002f; }, "focal-lengths-differ "},
         {[&](auto&, auto& r) { entry(r, 1, 1) *= 0.998f; }, "focal-lengths-differ "},
         {[&](auto&, auto& r) { entry(r, 1, 2) += 0.2f; }, "rows-differ "},
+        {[&](auto&, auto& r) { entry(r, 0, 2) -= 640; }, "principal-points-differ "},
         {[&](auto&, auto& r) { entry(r, 1, 2) += 0.05f, entry(r, 0, 0) *= 1.0005f; }, ""},
     };
     for (std::size_t row = 0; row < std::size(rows); ++row) {
@@ -102,6 +104,69 @@ TEST(CalibrationFaults, OfAPairAreNamed)
         rows[row].first(left, right);
         EXPECT_EQ(codesOf(findPairFaults(left, right)), rows[row].second) << "row " << row;
     }
+}
+
+TEST(CalibrationDoubts, AreNamedOneByOne)
+{
+    using Change = std::function<void(vision::Calibration&)>;
+    const auto stretch = [](cv::Mat& matrix, double x, double y) {
+        matrix.row(0) *= x;
+        matrix.row(1) *= y;
+    };
+    const auto setDistortion = [](std::vector<float> k) {
+        return [k](auto& c) { c.distortion = cv::Mat(k, true).reshape(1, 1); };
+    };
+    const std::pair<Change, const char*> rows[] = {
+        {[](auto&) {}, ""},
+        {[](auto& c) { c.rectificationMatrix.release(), c.distortion.release(); }, ""},
+        {setDistortion({-0.3f, 0.12f, 0, 0, -0.02f}), ""},                  // of a wide lens
+        {setDistortion({15.0f, 5.0f, 0, 0, 0.2f, 15.3f, 10.0f, 1.2f}), ""}, // of a rational model
+        {setDistortion({-0.6f, 0, 0, 0}), "folded-distortion "},
+        {setDistortion({0, 0, 0, 0, 0, 3.0f, 0, 0}), "folded-distortion "},
+        {[&](auto& c) { stretch(c.cameraMatrix, 1, 1.1); }, "pixels-not-square "},
+        {[](auto& c) { c.cameraMatrix.template at<float>(1, 2) = 340; }, "principal-point "},
+        {[](auto& c) { c.width *= 2, c.height *= 2; }, "principal-point "},
+        {[](auto& c) {
+             c.cameraMatrix.template at<float>(0, 0) = c.cameraMatrix.template at<float>(1, 1) = 4;
+         },
+         "field-of-view rectified-focal-length "},
+        {[&](auto& c) { stretch(c.projectionMatrix, 2, 2); }, "rectified-focal-length "},
+        {[](auto& c) { c.rectificationMatrix = cv::Mat(cv::Matx33f(0, 0, 1, 0, 1, 0, -1, 0, 0)).clone(); },
+         "hardly-covered "},
+    };
+    for (std::size_t row = 0; row < std::size(rows); ++row) {
+        vision::Calibration calibration = makePair().left;
+        rows[row].first(calibration);
+        ASSERT_EQ(codesOf(findFaults(calibration)), "") << "row " << row;
+        EXPECT_EQ(codesOf(findDoubts(calibration)), rows[row].second) << "row " << row;
+    }
+    for (const auto& [factor, code] : {std::pair(1, ""), std::pair(1000, "baseline ")}) {
+        auto [left, right] = makePair();
+        right.projectionMatrix.at<float>(0, 3) *= static_cast<float>(factor);
+        EXPECT_EQ(codesOf(findPairDoubts(left, right)), code);
+    }
+}
+
+TEST(Rig, IsValidFromItsMaking)
+{
+    const auto [left, right] = makePair();
+    EXPECT_EQ(makeRig({left, right}).size, cv::Size(640, 480));
+    EXPECT_THROW((void)makeRig({}), Failure);
+    EXPECT_THROW((void)makeRig({right, left}), Failure);
+    const RectifiedGeometry sensible{300, 0.1, 639, {}};
+    EXPECT_NEAR(findDepthScale(makeRectifiedRig({640, 480}, sensible), 320)->atInfinity, -319.5, 1e-3);
+    for (const RectifiedGeometry& wrong : {RectifiedGeometry{300, 0.1, 640, {}},
+                                           {300, 0.1, -640, {}},
+                                           {0, 0.1, 0, {}},
+                                           {300, -0.1, 0, {}},
+                                           {INFINITY, 0.1, 0, {}},
+                                           {1e300, 1e-300, 0, {}},
+                                           {300, 0.1, NAN, {}},
+                                           {300, 0.1, 0, cv::Point2d(NAN, 0)}}) {
+        EXPECT_THROW((void)makeRectifiedRig({640, 480}, wrong), Failure);
+    }
+    EXPECT_THROW((void)makeRectifiedRig({640, 0}, std::nullopt), Failure);
+    EXPECT_THROW((void)makeRectifiedRig({40000, 1}, std::nullopt), Failure);
 }
 
 TEST(CalibrationFacts, FollowFromTheMatrices)
@@ -114,10 +179,10 @@ TEST(CalibrationFacts, FollowFromTheMatrices)
     EXPECT_EQ(describeCamera(camera).distortion.size(), 5U);
 
     const auto [left, right] = makePair(); // f = 500, B = 0.12, cx differ by 8
-    const PairFacts facts = describePair(left, right);
-    EXPECT_NEAR(facts.baseline, 0.12, tolerance);
-    EXPECT_NEAR(facts.depthOf(38), 2, tolerance); // 60 / (38 - 8)
-    EXPECT_NEAR(facts.depthError(2, 0.25), 2.0 * 2.0 / 60 * 0.25, tolerance);
+    const DepthScale scale = findDepthScale(left, right);
+    EXPECT_NEAR(scale.baseline, 0.12, tolerance);
+    EXPECT_NEAR(scale.depthAt(38), 2, tolerance); // 60 / (38 - 8)
+    EXPECT_NEAR(scale.depthError(2, 0.25), 2.0 * 2.0 / 60 * 0.25, tolerance);
 }
 
 TEST(DepthScale, IsThatOfThePoints)

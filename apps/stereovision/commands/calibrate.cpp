@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/commands.h"
 #include "options/board_options.h"
+#include "options/numbers.h"
 #include "options/output_options.h"
 #include "options/pair_options.h"
 
@@ -179,10 +180,11 @@ void addModelOptions(CLI::App& app, CalibrateOptions& options)
         ->delimiter(',')
         ->type_name("NAME")
         ->group(group);
-    app.add_option("--alpha",
-                   options.calibration.alpha,
-                   "0: rectified images show only valid pixels, 1: all pixels of the images")
-        ->check(CLI::Range(0.0, 1.0))
+    takeNumber(app.add_option("--alpha",
+                              options.calibration.alpha,
+                              "0: rectified images show only valid pixels, 1: all pixels of the images"),
+               0,
+               1)
         ->default_str("0")
         ->type_name("NUMBER")
         ->group(group);

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/commands.h"
 #include "options/length.h"
+#include "options/numbers.h"
 #include "options/output_options.h"
 
-#include <vision/toolkit/failure.h>
 #include <vision/toolkit/interchange/calibrations.h>
 
 #include <map>
@@ -28,24 +28,10 @@ enum class Target
 struct ConvertOptions
 {
     std::vector<std::string> files;
-    std::vector<int> size;
-    std::optional<double> metresPerUnit;
+    ForeignDetails details;
     Target target = Target::Own;
     OutputOptions output;
 };
-
-ForeignDetails makeDetails(const ConvertOptions& options)
-{
-    ForeignDetails details;
-    details.metresPerUnit = options.metresPerUnit;
-    if (!options.size.empty()) {
-        if (options.size.size() != 2 || options.size[0] <= 0 || options.size[1] <= 0) {
-            throw Failure("--size: give the image size as WIDTHxHEIGHT, such as 640x480");
-        }
-        details.imageSize = {options.size[0], options.size[1]};
-    }
-    return details;
-}
 
 void write(const CalibrationPair& pair, Target target, OutputFiles& output)
 {
@@ -66,7 +52,7 @@ void write(const CalibrationPair& pair, Target target, OutputFiles& output)
 
 ExitCode runConvert(const ConvertOptions& options, Console& console)
 {
-    const CalibrationPair pair = readForeign(options.files, makeDetails(options));
+    const CalibrationPair pair = readForeign(options.files, options.details);
     const OutputFolder folder(options.output.folder, options.output.force);
     OutputFiles output(folder);
     write(pair, options.target, output);
@@ -87,18 +73,30 @@ Command addConvert(CLI::App& program)
     app->add_option("FILE", options->files, "One file for both cameras, or two, the left camera's first")
         ->required()
         ->expected(1, 2);
-    app->add_option(
-           "--to", options->target, "own: left.yml and right.yml; ros: camera_info; json: R, T and matrices")
+    app->add_option("--to",
+                    options->target,
+                    "own: left.yml and right.yml of this program; ros: camera_info; json: R, T and matrices")
         ->transform(CLI::CheckedTransformer(targets).description("own, ros or json"))
         ->default_str("own")
         ->type_name("NAME");
-    app->add_option("--size", options->size, "Image size, where the files do not hold it")
-        ->delimiter('x')
-        ->type_name("WIDTHxHEIGHT");
-    takeLength(app->add_option("--unit",
-                               options->metresPerUnit,
-                               "Of OpenCV's stereo sample: the length of its unit, the edge of a square"),
+    addSize(*app,
+            "--size",
+            options->details.imageSize,
+            "Size of the images in px, where files do not hold it: OpenCV's stereo sample and KITTI");
+    takeLength(app->add_option(
+                   "--unit",
+                   options->details.metresPerUnit,
+                   "OpenCV's stereo sample: what a length of 1 in its files is, which is the edge of the "
+                   "board's square, or the unit that it was given in; with its unit (mm, cm, m), alone "
+                   "in metres"),
                Unit::MetresByDefault);
+    const std::map<std::string, KittiCameras> cameras{{"grey", KittiCameras::Grey},
+                                                      {"colour", KittiCameras::Colour}};
+    app->add_option("--cameras",
+                    options->details.kittiCameras,
+                    "KITTI: the pair that took the images, grey (P0 and P1) or colour (P2 and P3)")
+        ->transform(CLI::CheckedTransformer(cameras).description("grey or colour"))
+        ->type_name("NAME");
     addOutputOptions(*app, "the converted files", options->output);
     app->footer(
         "Reads this program's own calibrations, camera_info of ROS, intrinsics.yml and extrinsics.yml of "

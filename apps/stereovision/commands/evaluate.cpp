@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/commands.h"
+#include "options/numbers.h"
 
 #include <vision/toolkit/evaluation/evaluation.h>
 #include <vision/toolkit/failure.h>
@@ -169,8 +170,10 @@ Command addEvaluate(CLI::App& program)
     auto options = std::make_shared<EvaluateOptions>();
     app->add_option("DISPARITY", options->disparity, "Disparity image: PFM, TIFF or PNG")->required();
     app->add_option("TRUTH", options->truth, "True disparities: PFM, TIFF or PNG")->required();
-    app->add_option("--scale", options->scale, "Disparity of one grey level in an image of 8 bits, px")
-        ->check(CLI::PositiveNumber)
+    takeNumber(
+        app->add_option("--scale", options->scale, "Disparity of one grey level in an image of 8 bits, px"),
+        1e-6,
+        1e6)
         ->type_name("PX");
     app->add_option("--mask", options->mask, "Image that is black in the pixels that do not count")
         ->type_name("FILE");

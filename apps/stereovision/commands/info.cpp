@@ -44,24 +44,23 @@ void printCamera(const std::string& file, const vision::Calibration& calibration
 void printPair(const vision::Calibration& left, const vision::Calibration& right, Console& console)
 {
     constexpr double quarter = 0.25; // px, what matching is good for
-    const PairFacts facts = describePair(left, right);
+    const DepthScale scale = findDepthScale(left, right);
     console.result("both cameras (lengths in the unit of the calibration; metres if this program made it):");
-    console.result("  baseline: " + fmt::format("{:.5f}", facts.baseline) + " m");
-    console.result("  rectified focal length: " + fmt::format("{:.2f}", facts.focalLength) + " px");
-    console.result("  principal point difference: " + fmt::format("{:.2f}", facts.principalPointDifference) +
-                   " px");
+    console.result("  baseline: " + fmt::format("{:.5f}", scale.baseline) + " m");
+    console.result("  rectified focal length: " + fmt::format("{:.2f}", scale.focalLength) + " px");
+    console.result("  principal point difference: " + fmt::format("{:.2f}", scale.atInfinity) + " px");
     for (const int disparity : {8, 16, 32, 64, 128}) {
-        const double depth = facts.depthOf(disparity);
+        const double depth = scale.depthAt(disparity);
         console.result("  depth at disparity " + std::to_string(disparity) +
                        " px: " + (depth > 0 ? fmt::format("{:.3f}", depth) + " m" : "none"));
     }
     for (const int depth : {1, 2, 5, 10}) {
         console.result("  depth error at " + std::to_string(depth) + " m for a quarter pixel: " +
-                       fmt::format("{:.1f}", 1000 * facts.depthError(depth, quarter)) + " mm");
+                       fmt::format("{:.1f}", 1000 * scale.depthError(depth, quarter)) + " mm");
     }
     for (const int disparities : {64, 128, 256}) {
         console.result("  nearest depth with " + std::to_string(disparities) +
-                       " disparities: " + fmt::format("{:.3f}", facts.depthOf(disparities)) + " m");
+                       " disparities: " + fmt::format("{:.3f}", scale.depthAt(disparities)) + " m");
     }
 }
 
@@ -69,9 +68,16 @@ void printPair(const vision::Calibration& left, const vision::Calibration& right
 bool hasFaults(const std::string& files, const Notes& faults, Console& console)
 {
     for (const Note& fault : faults) {
-        console.error(files + ": " + fault.text);
+        console.error(about(files, fault));
     }
     return !faults.empty();
+}
+
+void tellDoubts(const std::string& files, const Notes& doubts, Console& console)
+{
+    for (const Note& doubt : doubts) {
+        console.note(about(files, doubt));
+    }
 }
 
 ExitCode runInfo(const InfoOptions& options, Console& console)
@@ -88,13 +94,16 @@ ExitCode runInfo(const InfoOptions& options, Console& console)
             isFaulty = true;
         } else {
             printCamera(file, calibration, console);
+            tellDoubts(file, findDoubts(calibration), console);
         }
     }
     if (!isFaulty && cameras.size() == 2) {
         const auto& [left, right] = std::tie(cameras[0].second, cameras[1].second);
-        isFaulty = hasFaults(options.left + " and " + options.right, findPairFaults(left, right), console);
+        const std::string files = options.left + " and " + options.right;
+        isFaulty = hasFaults(files, findPairFaults(left, right), console);
         if (!isFaulty) {
             printPair(left, right, console);
+            tellDoubts(files, findPairDoubts(left, right), console);
         }
     }
     return isFaulty ? ExitCode::SomeFailed : ExitCode::AllDone;
@@ -110,9 +119,10 @@ Command addInfo(CLI::App& program)
     app->add_option("CALIBRATION", options->left, "Calibration file of the camera, or of the left one")
         ->required();
     app->add_option("RIGHT", options->right, "Calibration file of the right camera");
-    app->footer(
-        "Exit code 1 when something is wrong with a calibration, or the two do not belong together.\n\n"
-        "Example: stereovision info calibration/left.yml calibration/right.yml");
+    app->footer("Exit code 1 when something is wrong with a calibration, or the two do not belong together; "
+                "what is only\n"
+                "doubtful is noted: another image size or unit, a distortion that folds the image.\n\n"
+                "Example: stereovision info calibration/left.yml calibration/right.yml");
     return {app, [options](Console& console) { return runInfo(*options, console); }};
 }
 

@@ -2,13 +2,15 @@
 #include "options/board_options.h"
 
 #include "options/length.h"
+#include "options/numbers.h"
 
 #include <vision/toolkit/failure.h>
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <map>
 #include <string>
-#include <vector>
 
 namespace tool {
 
@@ -17,21 +19,24 @@ using namespace vision::toolkit;
 void addBoardOptions(CLI::App& app, Board& board)
 {
     constexpr const char* group = "Board";
-    const auto setSize = [&board](const std::vector<int>& counts) {
+    const auto setSize = [&board](const std::string& text) {
         constexpr int fewest = 3; // what OpenCV's detectors take
         constexpr int most = 200;
-        const auto fits = [](int count) { return fewest <= count && count <= most; };
-        if (counts.size() != 2 || !std::all_of(counts.begin(), counts.end(), fits)) {
-            throw CLI::ValidationError("--board",
-                                       "give the board's inner corners as COLUMNSxROWS, each at least " +
-                                           std::to_string(fewest) + ", such as 9x6");
+        const auto counts = parseTwo(text, 'x', most);
+        if (!counts || std::min(counts->first, counts->second) < fewest) {
+            throw CLI::ValidationError(
+                "--board",
+                fmt::format("\"{}\": give the board's inner corners as COLUMNSxROWS, each from "
+                            "{} to {}, such as 9x6",
+                            text,
+                            fewest,
+                            most));
         }
-        board.size = {counts.front(), counts.back()};
+        board.size = {counts->first, counts->second};
     };
-    app.add_option_function<std::vector<int>>(
+    app.add_option_function<std::string>(
            "--board", setSize, "Inner corners of the chessboard, or circles: COLUMNSxROWS")
         ->required()
-        ->delimiter('x')
         ->type_name("SIZE")
         ->group(group);
     takeLength(app.add_option("--square",

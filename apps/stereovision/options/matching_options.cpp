@@ -2,7 +2,9 @@
 #include "options/matching_options.h"
 
 #include "options/length.h"
+#include "options/numbers.h"
 
+#include <limits>
 #include <map>
 #include <string>
 
@@ -57,11 +59,16 @@ void addRangeOptions(CLI::App& app, MatchingOptions& options)
               "Distance of the nearest thing, with its unit (mm, cm, m); alone in metres");
     addLength("--far", options.farthest, "Distance of the farthest thing");
     addLength("--max-depth", options.maxDepth, "Leave out points beyond this distance");
-    app.add_option(
-           "--disparities", options.disparities, "Number of disparities searched: a positive multiple of 16")
+    constexpr int most = std::numeric_limits<int>::max(); // images set the limits
+    takeWhole(app.add_option("--disparities",
+                             options.disparities,
+                             "Number of disparities searched: a positive multiple of 16"),
+              -most,
+              most)
         ->type_name("PX")
         ->group(group);
-    app.add_option("--min-disparity", options.minDisparity, "Smallest disparity searched")
+    takeWhole(
+        app.add_option("--min-disparity", options.minDisparity, "Smallest disparity searched"), -most, most)
         ->type_name("PX")
         ->group(group);
 }
@@ -95,15 +102,22 @@ void addMatchingOptions(CLI::App& app, MatchingOptions& options)
            "in both directions")
         ->excludes(dense)
         ->group(group);
-    app.add_option("--resize",
-                   options.resize,
-                   "Scale the images by this factor first, for speed; all other numbers keep their meaning")
-        ->check(CLI::Range(0.001, 1.0))
+    takeNumber(
+        app.add_option(
+            "--resize",
+            options.resize,
+            "Scale the images by this factor first, 0.001 to 1, for speed; all other numbers keep their "
+            "meaning"),
+        0.001,
+        1)
         ->capture_default_str()
         ->type_name("FACTOR")
         ->group(group);
+    constexpr int most = std::numeric_limits<int>::max(); // the matcher has limits of its own
     for (const IntegerParameter& parameter : integerParameters) {
-        app.add_option(parameter.option, options.settings.*parameter.value, parameter.meaning)
+        takeWhole(app.add_option(parameter.option, options.settings.*parameter.value, parameter.meaning),
+                  -most,
+                  most)
             ->type_name("INT")
             ->group(group);
     }

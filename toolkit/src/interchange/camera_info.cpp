@@ -1,21 +1,38 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "interchange/numbers.h"
 #include "interchange/source.h"
 
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/interchange/calibrations.h>
 
+#include <fmt/format.h>
+
 namespace vision::toolkit {
 
 namespace {
+
+// The coefficients of the two models.
+constexpr std::size_t plumbBob = 5;
+constexpr std::size_t rational = 8;
+
+double takeNumber(const YAML::Node& node, const std::string& file, const std::string& key)
+{
+    const YAML::Node value = node[key];
+    const auto number = value.IsDefined() && value.IsScalar() ? parseNumber(value.Scalar()) : std::nullopt;
+    if (!number) {
+        throw Failure("calibration-entry", file, key + " must be a number");
+    }
+    return *number;
+}
 
 void requireKnownModel(const YAML::Node& node, const std::string& file)
 {
     const auto model = node["distortion_model"].as<std::string>("plumb_bob");
     if (model != "plumb_bob" && model != "rational_polynomial") {
-        throw Failure(
-            file + ": has the distortion model \"" + model +
-            "\", which the record cannot hold (it takes plumb_bob and rational_polynomial): calibrate with "
-            "'stereovision calibrate'");
+        throw Failure("lens-model",
+                      file,
+                      "has the distortion model \"" + model +
+                          "\", which the record cannot hold (it takes plumb_bob and rational_polynomial)");
     }
 }
 
@@ -43,10 +60,10 @@ Calibration readCameraInfo(const std::string& file)
     const YAML::Node node = parseYaml(file);
     requireKnownModel(node, file);
     Calibration record;
-    record.width = node["image_width"].as<int>(0);
-    record.height = node["image_height"].as<int>(0);
+    record.width = toSide(takeNumber(node, file, "image_width"), file, "image_width");
+    record.height = toSide(takeNumber(node, file, "image_height"), file, "image_height");
     record.cameraMatrix = makeMatrix(takeNumbers(node, file, "camera_matrix", 9), 3);
-    record.distortion = makeMatrix(takeNumbers(node, file, "distortion_coefficients", 0), 1);
+    record.distortion = makeMatrix(takeUpTo(node, file, "distortion_coefficients", rational), 1);
     record.rectificationMatrix = makeMatrix(takeNumbers(node, file, "rectification_matrix", 9), 3);
     record.projectionMatrix = makeMatrix(takeNumbers(node, file, "projection_matrix", 12), 3);
     return record;
@@ -54,13 +71,13 @@ Calibration readCameraInfo(const std::string& file)
 
 std::string encodeCameraInfo(const Calibration& calibration, const std::string& camera)
 {
-    constexpr std::size_t plumbBob = 5;
-    constexpr std::size_t rational = 8;
     const std::size_t coefficients = calibration.distortion.total();
     if (coefficients > rational) {
-        throw Failure(
-            camera + ": has " + std::to_string(coefficients) +
-            " distortion coefficients, of which camera_info takes 8 at most: calibrate with --distortion 8");
+        throw Failure("too-many-coefficients",
+                      camera,
+                      fmt::format("has {} distortion coefficients, of which camera_info takes {} at most",
+                                  coefficients,
+                                  rational));
     }
     cv::Mat distortion =
         cv::Mat::zeros(1, static_cast<int>(coefficients > plumbBob ? rational : plumbBob), CV_32F);

@@ -2,12 +2,12 @@
 #include <vision/toolkit/interchange/calibrations.h>
 
 #include "interchange/source.h"
+#include "records/checks.h"
 
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/records/inspection.h>
 
-#include <algorithm>
-#include <utility>
+#include <opencv2/core.hpp>
 
 namespace vision::toolkit {
 
@@ -15,16 +15,9 @@ namespace {
 
 CalibrationPair requirePair(CalibrationPair pair, const std::string& file)
 {
-    for (const Calibration* camera : {&pair.left, &pair.right}) {
-        const Notes faults = findFaults(*camera);
-        if (!faults.empty()) {
-            throw Failure(file + ": " + faults.front().text);
-        }
-    }
-    const Notes faults = findPairFaults(pair.left, pair.right);
-    if (!faults.empty()) {
-        throw Failure(file + ": " + faults.front().text);
-    }
+    requireNone(findFaults(pair.left), file);
+    requireNone(findFaults(pair.right), file);
+    requireNone(findPairFaults(pair.left, pair.right), file);
     return pair;
 }
 
@@ -33,8 +26,10 @@ CalibrationPair readAny(const std::vector<std::string>& files, CalibrationFormat
 {
     const auto requireFiles = [&](std::size_t count) {
         if (files.size() != count) {
-            throw Failure(files.front() + ": is " + nameOf(format) + ": give " +
-                          (count == 1 ? "just this file" : "two files, the left camera's first"));
+            throw Failure("file-count",
+                          files.front(),
+                          "is " + nameOf(format) + ": give " +
+                              (count == 1 ? "just this file" : "two files, the left camera's first"));
         }
     };
     switch (format) {
@@ -66,10 +61,29 @@ void requireUse(const std::string& file, CalibrationFormat format, const Foreign
     const bool takesUnit = format == CalibrationFormat::OpenCvStereo;
     const bool takesSize = takesUnit || format == CalibrationFormat::Kitti;
     if (details.imageSize && !takesSize) {
-        throw Failure("--size does nothing here: " + file + " holds it; 'stereovision scale' changes it");
+        throw Failure("size-known", file, "holds the size of the images, which cannot be given otherwise");
     }
     if (details.metresPerUnit && !takesUnit) {
-        throw Failure("--unit does nothing here: the lengths of " + file + " are in a unit that is known");
+        throw Failure(
+            "unit-known", file, "has lengths in a unit that is known, which cannot be given otherwise");
+    }
+    if (details.kittiCameras && format != CalibrationFormat::Kitti) {
+        throw Failure("cameras-known", file, "holds one pair of cameras only: there is nothing to choose");
+    }
+}
+
+/// What the libraries that read and rectify say of a file names it, too.
+CalibrationPair readNamed(const std::vector<std::string>& files, CalibrationFormat format,
+                          const ForeignDetails& details)
+{
+    try {
+        return readAny(files, format, details);
+    } catch (const YAML::Exception& error) {
+        throw Failure("no-yaml", files.front(), "is not built as " + nameOf(format) + " (" + error.msg + ")");
+    } catch (const cv::Exception& error) {
+        throw Failure("not-rectifiable",
+                      files.front(),
+                      "the cameras cannot be rectified together (" + describe(error).text + ")");
     }
 }
 
@@ -77,14 +91,19 @@ void requireUse(const std::string& file, CalibrationFormat format, const Foreign
 
 CalibrationPair readForeign(const std::vector<std::string>& files, const ForeignDetails& details)
 {
+    if (files.empty()) {
+        throw Failure("file-count", "", "no calibration is named");
+    }
     const auto format = identify(files.front());
     if (!format) {
-        throw Failure(files.front() +
-                      ": cannot be read or is no known calibration: this program's own, camera_info of "
-                      "ROS, OpenCV's stereo sample, Kalibr, Middlebury or KITTI");
+        throw Failure(
+            "unknown-calibration",
+            files.front(),
+            "cannot be read or is no known calibration: this library's own, camera_info of ROS, OpenCV's "
+            "stereo sample, Kalibr, Middlebury or KITTI");
     }
     requireUse(files.front(), *format, details);
-    return requirePair(readAny(files, *format, details), files.front());
+    return requirePair(readNamed(files, *format, details), files.front());
 }
 
 } // namespace vision::toolkit

@@ -27,13 +27,13 @@ Document openDocument(const std::string& file)
         guard::requireSafeDocument(file);
         Document document{file, cv::FileStorage(file, cv::FileStorage::READ)};
         if (!document.storage.isOpened()) {
-            throw Failure(file + ": cannot be read");
+            throw Failure("unreadable", file, "cannot be read");
         }
         return document;
     } catch (const cv::Exception& error) {
-        throw Failure(file + ": is no document that OpenCV can read: " + describe(error));
+        throw Failure("unreadable", file, "is no document that OpenCV can read: " + describe(error).text);
     } catch (const std::invalid_argument& error) {
-        throw Failure(error.what()); // of the guard, with the name
+        throw Failure("unsafe-document", "", error.what()); // of the guard, with the name
     }
 }
 
@@ -46,7 +46,9 @@ cv::Mat readEntry(const Document& document, const char* key)
         cv::read(node, matrix);
         return matrix;
     } catch (const std::exception& error) {
-        throw Failure(document.file + ": its " + key + " cannot be read: " + describe(error));
+        throw Failure("calibration-entry",
+                      document.file,
+                      std::string("its ") + key + " cannot be read: " + describe(error).text);
     }
 }
 
@@ -62,8 +64,10 @@ cv::Mat readMatrix(const std::vector<Document>& documents, const std::vector<std
                       (rows == 0 || (matrix.rows == rows && matrix.cols == columns)) &&
                       cv::checkRange(matrix);
     if (matrix.empty() || !fits) {
-        throw Failure(files.front() + ": lacks a usable matrix " + key +
-                      "; give both files, intrinsics.yml and extrinsics.yml");
+        throw Failure("calibration-entry",
+                      files.front(),
+                      std::string("lacks a usable matrix ") + key +
+                          "; give both files, intrinsics.yml and extrinsics.yml");
     }
     matrix.convertTo(matrix, CV_32F);
     return matrix;
@@ -74,13 +78,15 @@ cv::Mat readMatrix(const std::vector<Document>& documents, const std::vector<std
 CalibrationPair readOpenCvStereo(const std::vector<std::string>& files, const ForeignDetails& details)
 {
     if (!details.imageSize) {
-        throw Failure(files.front() +
-                      ": does not hold the size of the images; give it with --size, such as 640x480");
+        throw Failure(
+            "image-size-needed", files.front(), "does not hold the size of the images, which must be given");
     }
     if (!details.metresPerUnit) {
-        throw Failure(files.front() +
-                      ": does not say in what its lengths are; give the edge of a square as the "
-                      "sample was given it, or the unit, with --unit, such as 25mm or 1m");
+        throw Failure(
+            "unit-needed",
+            files.front(),
+            "does not say in what its lengths are: give the edge of a square as the sample was given it, "
+            "or the unit");
     }
     std::vector<Document> documents;
     std::transform(files.begin(), files.end(), std::back_inserter(documents), openDocument);

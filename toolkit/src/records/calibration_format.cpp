@@ -3,7 +3,12 @@
 
 #include "files/text_file.h"
 
+#include <document_guard.h>
+#include <opencv2/core/persistence.hpp>
+
 #include <algorithm>
+#include <filesystem>
+#include <stdexcept>
 #include <vector>
 
 namespace vision::toolkit {
@@ -16,6 +21,29 @@ bool hasLines(const std::string& text, const std::vector<const char*>& starts)
     return std::all_of(starts.begin(), starts.end(), [&text](const std::string& start) {
         return text.compare(0, start.size(), start) == 0 || text.find("\n" + start) != std::string::npos;
     });
+}
+
+/// OpenCV reads compressed documents by their name; no other program compresses its calibrations.
+bool isCompressed(const std::string& file)
+{
+    return std::filesystem::path(file).extension() == ".gz";
+}
+
+std::optional<CalibrationFormat> identifyCompressed(const std::string& file)
+{
+    try {
+        guard::requireSafeDocument(file);
+        const cv::FileStorage storage(file, cv::FileStorage::READ);
+        const auto has = [&storage](const char* key) { return !storage[key].empty(); };
+        if ((has("M1") && has("D1")) || (has("R1") && has("P1"))) {
+            return CalibrationFormat::OpenCvStereo;
+        }
+        return has("cameraMatrix") ? std::optional(CalibrationFormat::Own) : std::nullopt;
+    } catch (const cv::Exception&) {
+        return std::nullopt;
+    } catch (const std::invalid_argument&) {
+        return std::nullopt;
+    }
 }
 
 bool isFileStorage(const std::string& text)
@@ -46,6 +74,9 @@ std::string nameOf(CalibrationFormat format)
 
 std::optional<CalibrationFormat> identify(const std::string& file)
 {
+    if (isCompressed(file)) {
+        return identifyCompressed(file);
+    }
     const std::string text = readText(file);
     if (isFileStorage(text)) {
         const bool isSample = hasLines(text, {"M1:", "D1:"}) || hasLines(text, {"R1:", "P1:"}) ||
@@ -61,6 +92,7 @@ std::optional<CalibrationFormat> identify(const std::string& file)
         {CalibrationFormat::KalibrChain, {"cam0:"}},
         {CalibrationFormat::Middlebury, {"cam0=", "baseline="}},
         {CalibrationFormat::Kitti, {"P0:", "P1:"}},
+        {CalibrationFormat::Kitti, {"P2:", "P3:"}},
     };
     for (const auto& [format, starts] : marks) {
         if (hasLines(text, starts)) {

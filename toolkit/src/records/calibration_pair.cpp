@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/records/calibration_pair.h>
 
-#include "base/text.h"
+#include "records/checks.h"
 
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/records/inspection.h>
@@ -14,8 +14,6 @@ namespace vision::toolkit {
 
 namespace {
 
-constexpr const char* remedy = "; make a new one with 'stereovision calibrate'";
-
 /// OpenCV cuts a file name at this sign.
 constexpr char cuttingSign = '?';
 
@@ -25,14 +23,16 @@ void requireReadable(const std::string& file)
     std::error_code error;
     const fs::file_status status = fs::status(file, error);
     if (!fs::exists(status)) {
-        throw Failure(file + ": cannot open the calibration: " + error.message() +
-                      "; check the name, or make one with 'stereovision calibrate'");
+        throw Failure("calibration-missing",
+                      file,
+                      "cannot open the calibration: " + error.message() + "; check the name");
     }
     if (!fs::is_regular_file(status)) {
-        throw Failure(file + ": is a folder or a device; name a calibration file");
+        throw Failure("not-a-file", file, "is a folder or a device; name a calibration file");
     }
     if (file.find(cuttingSign) != std::string::npos) {
-        throw Failure(file + ": OpenCV cannot open a name with a question mark; rename the file");
+        throw Failure(
+            "question-mark", file, "OpenCV cannot open a name with a question mark; rename the file");
     }
 }
 
@@ -54,15 +54,16 @@ Calibration loadCalibration(const std::string& file)
     requireReadable(file);
     const auto format = identify(file);
     if (format && *format != CalibrationFormat::Own) {
-        throw Failure(file + ": is " + nameOf(*format) + "; convert it with 'stereovision convert " + file +
-                      " --output calibration', with both cameras' files if there are two");
+        throw Failure(
+            "foreign-calibration", file, "is " + nameOf(*format) + ", which must be converted first");
     }
     Calibration calibration;
     try {
         calibration.load(file);
     } catch (const std::exception& error) {
-        throw Failure(file + ": is no calibration file, or a broken one: " + toText(describe(error)) +
-                      remedy);
+        throw Failure("broken-calibration",
+                      file,
+                      "is no calibration file, or a broken one: " + toText(describe(error)));
     }
     return calibration;
 }
@@ -70,20 +71,14 @@ Calibration loadCalibration(const std::string& file)
 Calibration loadUsable(const std::string& file)
 {
     Calibration calibration = loadCalibration(file);
-    const Notes faults = findFaults(calibration);
-    if (!faults.empty()) {
-        throw Failure(file + ": is no usable calibration: " + faults.front().text);
-    }
+    requireNone(findFaults(calibration), file);
     return calibration;
 }
 
 CalibrationPair loadCalibrations(const std::string& leftFile, const std::string& rightFile)
 {
     CalibrationPair pair{loadUsable(leftFile), loadUsable(rightFile)};
-    const Notes faults = findPairFaults(pair.left, pair.right);
-    if (!faults.empty()) {
-        throw Failure(leftFile + " and " + rightFile + ": " + faults.front().text);
-    }
+    requireNone(findPairFaults(pair.left, pair.right), leftFile + " and " + rightFile);
     return pair;
 }
 
@@ -92,13 +87,15 @@ void saveCalibration(const Calibration& calibration, const std::string& name, Ou
     const std::filesystem::path temporary = output.stage(name);
     const std::filesystem::path file = temporary.parent_path() / name;
     if (temporary.string().find(cuttingSign) != std::string::npos) {
-        throw Failure(file.string() +
-                      ": OpenCV cannot write a name with a question mark; choose another --output");
+        throw Failure("question-mark",
+                      file.string(),
+                      "OpenCV cannot write a name with a question mark; choose another one");
     }
     calibration.save(temporary.string());
     if (!isSame(temporary, calibration)) {
-        throw Failure(file.string() +
-                      ": cannot write the file in full; free space or choose another --output");
+        throw Failure("calibration-not-written",
+                      file.string(),
+                      "cannot write the file in full; free space or choose another folder");
     }
 }
 

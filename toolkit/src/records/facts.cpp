@@ -31,7 +31,7 @@ CameraFacts describeCamera(const Calibration& calibration)
     return facts;
 }
 
-PairFacts describePair(const Calibration& left, const Calibration& right)
+DepthScale findDepthScale(const Calibration& left, const Calibration& right)
 {
     const cv::Matx34d leftProjection = cv::Matx34f(left.projectionMatrix);
     const cv::Matx34d rightProjection = cv::Matx34f(right.projectionMatrix);

@@ -2,6 +2,7 @@
 #include <vision/toolkit/records/inspection.h>
 
 #include "base/text.h"
+#include "records/rotation.h"
 
 #include <fmt/format.h>
 #include <opencv2/core.hpp>
@@ -15,31 +16,12 @@ namespace vision::toolkit {
 
 namespace {
 
-constexpr const char* remedy = "make a new calibration with 'stereovision calibrate'";
+constexpr const char* remedy = "make a new calibration";
 
 bool isFloats(const cv::Mat& matrix, int rows, int columns)
 {
     return matrix.dims == 2 && matrix.type() == CV_32FC1 && matrix.rows == rows && matrix.cols == columns &&
            cv::checkRange(matrix);
-}
-
-bool isReal(const cv::Mat& matrix)
-{
-    return matrix.dims == 2 && matrix.channels() == 1 &&
-           (matrix.depth() == CV_32F || matrix.depth() == CV_64F) && cv::checkRange(matrix);
-}
-
-/// Orthonormal and no mirror image; a file holds six digits and more.
-bool isRotation(const cv::Mat& matrix)
-{
-    constexpr double tolerance = 1e-3;
-    if (!isReal(matrix) || matrix.rows != 3 || matrix.cols != 3) {
-        return false;
-    }
-    cv::Mat r;
-    matrix.convertTo(r, CV_64F);
-    return cv::norm(r * r.t(), cv::Mat::eye(3, 3, CV_64F), cv::NORM_INF) < tolerance &&
-           cv::determinant(r) > 0;
 }
 
 bool isDistortion(const cv::Mat& matrix)
@@ -61,7 +43,7 @@ public:
     void require(bool holds, const char* code, const std::string& text)
     {
         if (!holds) {
-            _notes.push_back({code, text});
+            _notes.push_back({code, Severity::Wrong, text});
         }
     }
     Notes take() { return std::move(_notes); }
@@ -84,8 +66,7 @@ bool differ(double left, double right, double tolerance)
 
 Notes findFaults(const Calibration& calibration)
 {
-    constexpr int widest = 1 << 16;
-    const auto isLength = [](int length) { return 0 < length && length <= widest; };
+    const auto isLength = [](int length) { return 0 < length && length <= longestSide; };
     const cv::Mat& camera = calibration.cameraMatrix;
     const cv::Mat& projection = calibration.projectionMatrix;
     const bool isCamera = isFloats(camera, 3, 3) && hasRow(camera, 2, {0, 0, 1});
@@ -97,8 +78,9 @@ Notes findFaults(const Calibration& calibration)
     Faults faults;
     faults.require(isLength(calibration.width) && isLength(calibration.height),
                    "size",
-                   "width and height must be the size of an image, in px: add them, or " +
-                       std::string(remedy));
+                   fmt::format("width and height must be the size of an image, 1 to {} px: add them, or {}",
+                               longestSide,
+                               remedy));
     faults.require(isCamera,
                    "camera-matrix",
                    "cameraMatrix must be 3 x 3, finite 32-bit floats with (0, 0, 1) in its last row: " +
@@ -159,6 +141,13 @@ Notes findPairFaults(const Calibration& left, const Calibration& right)
                    "focal-lengths-differ",
                    "the rectified focal lengths differ (" + fmt::format("{:.2f}", f) + " and " +
                        fmt::format("{:.2f}", at(right, 0, 0)) + " px): " + together);
+    faults.require(!(std::abs(at(left, 0, 2) - at(right, 0, 2)) >= left.width),
+                   "principal-points-differ",
+                   fmt::format("the rectified principal points are {:.1f} px apart along the rows, more than "
+                               "images of {} px are wide: {}",
+                               std::abs(at(left, 0, 2) - at(right, 0, 2)),
+                               left.width,
+                               together));
     faults.require(!differ(at(left, 1, 2), at(right, 1, 2), mostRows),
                    "rows-differ",
                    "the rectified rows differ by " + fmt::format("{:.2f}", at(right, 1, 2) - at(left, 1, 2)) +

@@ -16,11 +16,19 @@
 
 namespace vision::toolkit {
 
+/// The pairs of cameras that a calibration of KITTI holds.
+enum class KittiCameras
+{
+    Grey,   ///< P0 and P1
+    Colour, ///< P2 and P3
+};
+
 /// What files do not say.
 struct ForeignDetails
 {
     std::optional<cv::Size> imageSize;   ///< px; OpenCvStereo and Kitti do not hold it
     std::optional<double> metresPerUnit; ///< OpenCvStereo: its lengths are in the unit of the square's size
+    std::optional<KittiCameras> kittiCameras; ///< Kitti: which took the images, when it holds both pairs
 };
 
 /// Reads the calibrations of both cameras from one or two files of any format, the left camera's first.
@@ -28,9 +36,9 @@ struct ForeignDetails
 /// Lengths become metres. What is not rectified yet is rectified with zero disparity at infinity and only
 /// valid pixels.
 /// @param details what the format does not hold, and nothing else
-/// @throws Failure naming the file when it is of no known format, lacks something, or holds what the record
-///         cannot (fisheye, equidistant and omnidirectional models), or when the cameras do not stand side by
-///         side
+/// @throws Failure naming the file when it is of no known format, lacks something, says something that is not
+///         understood, or holds what the record cannot (fisheye, equidistant and omnidirectional models, skew),
+///         or when the cameras do not stand side by side; nothing else but for want of memory
 VISION_TOOLKIT_EXPORT CalibrationPair readForeign(const std::vector<std::string>& files,
                                                   const ForeignDetails& details);
 

@@ -3,6 +3,7 @@
 #define VISION_TOOLKIT_MATCHING_SEARCH_RANGE_H
 
 #include <vision/toolkit/export.h>
+#include <vision/toolkit/records/inspection.h>
 
 #include <optional>
 #include <vector>
@@ -29,20 +30,6 @@ struct DisparityRange
     double lowest;
     double highest;
     int width; ///< px
-};
-
-/// Relates disparity and depth of a rectified pair: Z = f B / (d - d0).
-struct DepthScale
-{
-    double focalLength; ///< f, px
-    double baseline;    ///< B, in the unit of the depth
-    double atInfinity;  ///< d0, the disparity at infinity: cx of the left minus cx of the right image, px
-
-    double depthAt(double disparity) const { return focalLength * baseline / (disparity - atInfinity); }
-    double disparityAt(double depth) const { return atInfinity + focalLength * baseline / depth; }
-
-    /// The same for images that are larger by that factor.
-    DepthScale scaled(double factor) const { return {focalLength * factor, baseline, atInfinity * factor}; }
 };
 
 /// The span of what lies between two depths.

@@ -18,7 +18,7 @@ enum class CalibrationFormat
     OpenCvStereo,  ///< `intrinsics.yml` and `extrinsics.yml` of OpenCV's stereo sample
     KalibrChain,   ///< camchain YAML, one file for both cameras
     Middlebury,    ///< `calib.txt` with `cam0=[...]`, for rectified images
-    Kitti,         ///< `calib.txt` with `P0: ...`, for rectified images
+    Kitti,         ///< `calib.txt` with `P0: ...` to `P3: ...`, for rectified images
 };
 
 /// What a format is called in messages.
