@@ -51,11 +51,12 @@ std::vector<unsigned char> readWhole(const std::string& file, std::size_t mostBy
 {
     const std::uintmax_t size = requireRegular(file);
     if (size > mostBytes) {
-        throw Failure("file-too-large",
-                      file,
-                      fmt::format("has {} bytes, more than the {} that such a file may have; is it the right one?",
-                                  size,
-                                  mostBytes));
+        throw Failure(
+            "file-too-large",
+            file,
+            fmt::format("has {} bytes, more than the {} that such a file may have; is it the right one?",
+                        size,
+                        mostBytes));
     }
     return readBeginning(file, mostBytes);
 }

@@ -29,10 +29,11 @@ ImageHeader requireHeader(const std::string& file, const Bytes& bytes)
     }
     const auto header = readImageHeader(bytes);
     if (!header) {
-        throw Failure("image-format",
-                      file,
-                      "is damaged or not an image of a known format (PNG, JPEG, TIFF, BMP, PNM, WebP, JPEG 2000, "
-                      "Sun raster); convert it to PNG");
+        throw Failure(
+            "image-format",
+            file,
+            "is damaged or not an image of a known format (PNG, JPEG, TIFF, BMP, PNM, WebP, JPEG 2000, "
+            "Sun raster); convert it to PNG");
     }
     return *header;
 }

@@ -231,10 +231,9 @@ std::uint64_t ImageHeader::pixels() const
 std::optional<ImageHeader> readImageHeader(const std::vector<unsigned char>& bytes)
 {
     const Reader reader(bytes, Order::BigEndian);
-    const auto* format =
-        std::find_if(std::begin(formats), std::end(formats), [&reader](const Format& known) {
-            return reader.holds(0, known.signature);
-        });
+    const auto* format = std::find_if(std::begin(formats), std::end(formats), [&reader](const Format& known) {
+        return reader.holds(0, known.signature);
+    });
     if (format == std::end(formats) || (format->read == readWebp && !reader.holds(8, "WEBP"))) {
         return std::nullopt;
     }

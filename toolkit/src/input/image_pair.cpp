@@ -132,8 +132,9 @@ RawPair readRawPair(const PairNames& files, const ImageLimits& limits)
 {
     std::error_code ignored;
     if (std::filesystem::equivalent(files.left, files.right, ignored)) {
-        throw Failure(
-            "same-image-twice", files.left, "is given as left and as right image; name the other camera's image");
+        throw Failure("same-image-twice",
+                      files.left,
+                      "is given as left and as right image; name the other camera's image");
     }
     RawPair pair{readImage(files.left, limits), readImage(files.right, limits)};
     requireUsable(pair, files);

@@ -49,14 +49,15 @@ Notes findNumberMismatch(const std::vector<PairNames>& pairs)
     if (first == nullptr) {
         return {};
     }
-    return {{"numbers-disagree",
-             Severity::Doubtful,
-             fmt::format("the numbers in the names of {} of {} pairs differ, first in {} and {}, although there "
-                         "are images with equal ones: is an image missing?",
-                         unequal,
-                         pairs.size(),
-                         first->left,
-                         first->right)}};
+    return {
+        {"numbers-disagree",
+         Severity::Doubtful,
+         fmt::format("the numbers in the names of {} of {} pairs differ, first in {} and {}, although there "
+                     "are images with equal ones: is an image missing?",
+                     unequal,
+                     pairs.size(),
+                     first->left,
+                     first->right)}};
 }
 
 } // namespace vision::toolkit

@@ -28,14 +28,14 @@ std::string stem(const std::string& file)
 RawPair splitSides(const cv::Mat& image, const std::string& name, int bits)
 {
     if (image.cols % 2 != 0 || image.cols < 2) {
-        throw Failure("no-halves",
-                      name,
-                      "is " + std::to_string(image.cols) +
-                          " px wide, which gives no two halves of the same width; is it an image of both cameras?");
+        throw Failure(
+            "no-halves",
+            name,
+            "is " + std::to_string(image.cols) +
+                " px wide, which gives no two halves of the same width; is it an image of both cameras?");
     }
-    RawPair pair{image.colRange(0, image.cols / 2).clone(),
-                 image.colRange(image.cols / 2, image.cols).clone(),
-                 bits};
+    RawPair pair{
+        image.colRange(0, image.cols / 2).clone(), image.colRange(image.cols / 2, image.cols).clone(), bits};
     requireUsable(pair, {name, name});
     return pair;
 }
@@ -123,11 +123,12 @@ public:
         : VideoPairs(left, limits), _right(right, limits)
     {
         if (_left.size() != _right.size()) {
-            throw Failure("numbers-of-frames-differ",
-                          left + " and " + right,
-                          fmt::format("have {} and {} frames: cut both to the frames taken at the same moments",
-                                      _left.size(),
-                                      _right.size()));
+            throw Failure(
+                "numbers-of-frames-differ",
+                left + " and " + right,
+                fmt::format("have {} and {} frames: cut both to the frames taken at the same moments",
+                            _left.size(),
+                            _right.size()));
         }
     }
     PairNames images(std::size_t pair) const override
@@ -157,10 +158,7 @@ public:
     }
 
 private:
-    RawPair _decode(std::size_t pair) override
-    {
-        return splitSides(_left.read(pair), images(pair).left, 0);
-    }
+    RawPair _decode(std::size_t pair) override { return splitSides(_left.read(pair), images(pair).left, 0); }
 };
 
 bool holdsVideo(const std::vector<std::string>& names)
@@ -171,7 +169,8 @@ bool holdsVideo(const std::vector<std::string>& names)
 void requireOne(const std::vector<std::string>& names)
 {
     if (names.size() != 1 || !isVideo(names.front())) {
-        throw Failure("videos-mixed", "", "give one video for each camera, or images only; run once per video");
+        throw Failure(
+            "videos-mixed", "", "give one video for each camera, or images only; run once per video");
     }
 }
 

@@ -23,11 +23,12 @@ RawPair resize(const RawPair& pair, double factor)
     constexpr double roundingError = 1e-6;
     if (scaled.empty() || std::abs(exact.x - scaled.width) > roundingError ||
         std::abs(exact.y - scaled.height) > roundingError) {
-        throw Failure("resize-not-whole",
-                      "",
-                      fmt::format("{} scaled by {:.3f} gives no whole number of pixels: choose another factor",
-                                  formatSize(size),
-                                  factor));
+        throw Failure(
+            "resize-not-whole",
+            "",
+            fmt::format("{} scaled by {:.3f} gives no whole number of pixels: choose another factor",
+                        formatSize(size),
+                        factor));
     }
     RawPair result;
     result.bits = pair.bits;

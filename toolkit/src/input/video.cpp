@@ -31,12 +31,13 @@ Video::Video(std::string file, const ImageLimits& limits) : _file(std::move(file
     }
     _frames = numberFrames(times);
     if (isShort(times, _frames.size(), stated)) {
-        throw Failure("frames-missing",
-                      _file,
-                      fmt::format("only {} of {:.0f} frames can be decoded: the video is cut off or damaged. Copy "
-                                  "it again, or convert what is left of it",
-                                  times.size(),
-                                  stated.frames));
+        throw Failure(
+            "frames-missing",
+            _file,
+            fmt::format("only {} of {:.0f} frames can be decoded: the video is cut off or damaged. Copy "
+                        "it again, or convert what is left of it",
+                        times.size(),
+                        stated.frames));
     }
     open();
 }
@@ -45,9 +46,8 @@ cv::Mat Video::read(std::size_t frame)
 {
     const std::size_t wanted = _frames.at(frame);
     if (wanted == noFrame) {
-        throw Failure("frame-missing",
-                      fmt::format("{} frame {}", _file, frame),
-                      "is missing; is the file damaged?");
+        throw Failure(
+            "frame-missing", fmt::format("{} frame {}", _file, frame), "is missing; is the file damaged?");
     }
     if (wanted < _next) {
         open();

@@ -36,7 +36,7 @@ constexpr Container containers[] = {
     {0, "OggS"sv},
     {0, "FLV\1"sv},
     {0, "\x30\x26\xB2\x75\x8E\x66\xCF\x11"sv}, // WMV
-    {0, "\xFF\xD8\xFF"sv},                      // JPEG images in a row
+    {0, "\xFF\xD8\xFF"sv},                     // JPEG images in a row
     {transportPacket, "G"sv},
 };
 
@@ -48,15 +48,15 @@ bool requireContainer(const std::string& file)
     const std::string_view text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     const auto* container =
         std::find_if(std::begin(containers), std::end(containers), [text](const Container& known) {
-            return text.size() > known.at &&
-                   text.substr(known.at, known.signature.size()) == known.signature;
+            return text.size() > known.at && text.substr(known.at, known.signature.size()) == known.signature;
         });
     const bool isTransport = container != std::end(containers) && container->at == transportPacket;
     if (container == std::end(containers) || (isTransport && text.front() != 'G')) {
-        throw Failure("video-format",
-                      file,
-                      "cannot open the video: it is none of AVI, MP4, MOV, Matroska, WebM, MPEG, Ogg, FLV and WMV; "
-                      "convert it, for example to H.264 in MP4");
+        throw Failure(
+            "video-format",
+            file,
+            "cannot open the video: it is none of AVI, MP4, MOV, Matroska, WebM, MPEG, Ogg, FLV and WMV; "
+            "convert it, for example to H.264 in MP4");
     }
     return container->countsFrames;
 }
