@@ -79,6 +79,9 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
         return ExitCode::AllDone;
     }
     setLogLevels(isVerbose);
+    if (!isVerbose) { // a damaged video is told in a message of ours, not in pages of the decoder's
+        setenv("OPENCV_FFMPEG_LOGLEVEL", "-8", 0);
+    }
     for (const tool::Command& command : commands) {
         if (command.options->parsed()) {
             return command.run(console);

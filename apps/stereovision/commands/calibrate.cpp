@@ -146,6 +146,7 @@ ExitCode runCalibrate(const CalibrateOptions& options, Console& console)
 {
     requireComplete(options.board);
     const auto pairs = openPairs(options.input);
+    console.notes(pairs->notes());
     const OutputFolder folder(options.output.folder, options.output.force);
     requireFree(folder, *pairs);
     const Outcome outcome = calibrate(*pairs, options, console);

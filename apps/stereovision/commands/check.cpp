@@ -143,6 +143,8 @@ ExitCode runCheck(const CheckOptions& options, Console& console)
     const CalibrationPair calibrations{loadUsable(options.calibrations.left),
                                        loadUsable(options.calibrations.right)};
     const auto sequence = openPairs(options.input);
+    sequence->limitSize({calibrations.left.width, calibrations.left.height});
+    console.notes(sequence->notes());
     const auto [pairs, boards] = checkPairs(*sequence, calibrations, options.board, console);
     const CalibrationCheck check = judgeCalibration(pairs, calibrations);
     const auto board = boards.empty() ? std::nullopt : std::optional(summariseBoards(boards));

@@ -180,6 +180,9 @@ ExitCode runDepth(CLI::App& app, DepthOptions& options, Console& console)
     }
     const auto pairs = openPairs(options.input);
     const Rig rig = makeRig(options, *pairs);
+    const double factor = options.matching.resize;
+    pairs->limitSize({cvCeil(rig.size.width / factor), cvCeil(rig.size.height / factor)});
+    console.notes(pairs->notes());
     const OutputSet products = options.products.empty() ? OutputSet::makeDefault(rig.calibrations.has_value())
                                                         : OutputSet::parse("--write", options.products);
     if (products.needsDepth() && !rig.calibrations) {

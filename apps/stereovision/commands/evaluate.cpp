@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/commands.h"
 #include "options/numbers.h"
+#include "options/pair_options.h"
 
 #include <vision/toolkit/evaluation/evaluation.h>
 #include <vision/toolkit/failure.h>
@@ -31,6 +32,7 @@ struct EvaluateOptions
     std::optional<double> scale; ///< px per grey level
     std::string mask;
     std::string picture;
+    ImageLimits limits;
     bool json = false;
     bool force = false;
 };
@@ -42,15 +44,20 @@ struct Images
     cv::Mat mask;
 };
 
+/// The truth comes first: nothing larger is worth decoding.
 Images readImages(const EvaluateOptions& options)
 {
-    const DisparityFile disparity = readDisparity(options.disparity, options.scale);
-    const DisparityFile truth = readDisparity(options.truth, options.scale);
+    ImageLimits limits = options.limits;
+    const DisparityFile truth = readDisparity(options.truth, options.scale, limits);
+    limits.size = truth.disparity.size();
+    const DisparityFile disparity = readDisparity(options.disparity, options.scale, limits);
     if (options.scale && !disparity.hasLevels && !truth.hasLevels) {
         throw Failure("--scale is for images of 8 bits, and neither " + options.disparity + " nor " +
                       options.truth + " is one: leave it out");
     }
-    return {disparity.disparity, truth.disparity, options.mask.empty() ? cv::Mat() : readMask(options.mask)};
+    return {disparity.disparity,
+            truth.disparity,
+            options.mask.empty() ? cv::Mat() : readMask(options.mask, limits)};
 }
 
 Evaluation compare(const Images& images, const EvaluateOptions& options)
@@ -58,7 +65,7 @@ Evaluation compare(const Images& images, const EvaluateOptions& options)
     try {
         return evaluate(images.disparity, images.truth, images.mask);
     } catch (const Failure& failure) {
-        throw Failure(options.disparity + " and " + options.truth + ": " + failure.what());
+        throw Failure(about(options.disparity + " and " + options.truth, failure.note()));
     }
 }
 
@@ -148,6 +155,9 @@ ExitCode runEvaluate(const EvaluateOptions& options, Console& console)
     }
     const Images images = readImages(options);
     const Evaluation result = compare(images, options);
+    for (const Note& note : judgeUnits(images.disparity, images.truth, images.mask)) {
+        console.note(about(options.disparity, note));
+    }
     if (picture) {
         picture->write(drawError(images.disparity, images.truth, images.mask));
     }
@@ -179,6 +189,7 @@ Command addEvaluate(CLI::App& program)
         ->type_name("FILE");
     app->add_option(pictureOption, options->picture, "PNG to draw the error of every pixel to")
         ->type_name("FILE");
+    addPixelLimit(*app, options->limits);
     app->add_flag("--json", options->json, "Print one JSON object, with shares from 0 to 1");
     app->add_flag("--force", options->force, "Overwrite an existing picture");
     app->footer(

@@ -27,6 +27,8 @@ ExitCode runRectify(const RectifyOptions& options, Console& console)
 {
     const auto pairs = openPairs(options.input);
     const RectificationRun run{options.calibrations.load(), options.run.shard, options.run.jobs};
+    pairs->limitSize({run.calibrations.left.width, run.calibrations.left.height});
+    console.notes(pairs->notes());
     const OutputFolder folder(options.output.folder, options.output.force);
     std::size_t done = 0;
     std::size_t failed = 0;

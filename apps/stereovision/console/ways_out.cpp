@@ -15,6 +15,13 @@ const std::map<std::string, std::string>& waysOut()
         // files and output
 
         // input
+        {"beyond-bit-depth", "state the bits of the cameras with --bits"},
+        {"image-too-large", "if it is the right file, raise --most-megapixels"},
+        {"no-left-images", "give --left"},
+        {"numbers-of-images-differ", "see --left and --right"},
+        {"resize-not-whole", "see --resize"},
+        {"right-images-given", "leave out --right, or --side-by-side"},
+        {"same-image-twice", "see --left and --right"},
 
         // records and interchange
         {"size", calibrate},
@@ -52,6 +59,8 @@ const std::map<std::string, std::string>& waysOut()
         // check
 
         // evaluation
+        {"levels-without-scale", "--scale tells it"},
+        {"units-differ", "--scale is for images of 8 bits only; convert the other one"},
 
         // sequence
     };

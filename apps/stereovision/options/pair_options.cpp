@@ -3,6 +3,25 @@
 
 namespace tool {
 
+namespace {
+
+constexpr int minBits = 9;
+constexpr int maxBits = 16;
+
+} // namespace
+
+CLI::Option* addPixelLimit(CLI::App& app, vision::toolkit::ImageLimits& limits)
+{
+    constexpr int most = 1000;
+    return app
+        .add_option("--most-megapixels",
+                    limits.megapixels,
+                    "Refuse images with more pixels: a small file can ask for all the memory")
+        ->check(CLI::Range(1, most))
+        ->capture_default_str()
+        ->type_name("INT");
+}
+
 void addPairOptions(CLI::App& app, vision::toolkit::PairInput& input)
 {
     constexpr const char* group = "Images";
@@ -22,6 +41,15 @@ void addPairOptions(CLI::App& app, vision::toolkit::PairInput& input)
            "--side-by-side", input.isSideBySide, "--left names images of both cameras: halves left and right")
         ->group(group)
         ->excludes(right);
+    app.add_option(
+           "--bits",
+           input.bits,
+           "Bits that the cameras use of images with 16; otherwise the fewest of 10, 12, 14 and 16 that hold "
+           "what a few pairs of the sequence show")
+        ->check(CLI::Range(minBits, maxBits))
+        ->type_name("9-16")
+        ->group(group);
+    addPixelLimit(app, input.limits)->group(group);
 }
 
 } // namespace tool

@@ -11,6 +11,9 @@ namespace tool {
 /// The images of both cameras as options of a subcommand. They are written into `input` when they are parsed.
 void addPairOptions(CLI::App& app, vision::toolkit::PairInput& input);
 
+/// The largest image that is decoded.
+CLI::Option* addPixelLimit(CLI::App& app, vision::toolkit::ImageLimits& limits);
+
 } // namespace tool
 
 #endif

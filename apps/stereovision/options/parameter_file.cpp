@@ -2,6 +2,7 @@
 #include "options/parameter_file.h"
 
 #include <vision/toolkit/failure.h>
+#include <vision/toolkit/files/text_file.h>
 
 #include <nlohmann/json.hpp>
 
@@ -19,13 +20,7 @@ using vision::toolkit::Failure;
 
 Json readObject(const std::string& file)
 {
-    errno = 0;
-    std::ifstream stream(file);
-    if (!stream) {
-        throw Failure("--params " + file + ": cannot open the file: " + std::strerror(errno) +
-                      "; check the name");
-    }
-    Json json = Json::parse(stream, nullptr, false);
+    Json json = Json::parse(vision::toolkit::readTextFile(file), nullptr, false);
     if (!json.is_object()) {
         throw Failure("--params " + file +
                       R"(: is no JSON object, such as {"algorithm": "bm", "window": 15})");

@@ -4,7 +4,6 @@
 #include "evaluation/pfm.h"
 
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/input/images.h>
 
 #include <opencv2/core.hpp>
 
@@ -40,24 +39,32 @@ double findUnit(const cv::Mat& image, const std::string& file, std::optional<dou
         return 1 / perPixel;
     case CV_8U:
         if (!pxPerLevel) {
-            throw Failure(file + ": has grey levels of 8 bits, which may mean anything: say with --scale how "
-                                 "many px one level is, or use a file with floats or 16 bits");
+            throw Failure(
+                "levels-without-scale",
+                file,
+                "has grey levels of 8 bits, which may mean anything: tell how many px one level is, or "
+                "use a file with floats or 16 bits");
         }
         return *pxPerLevel;
     default:
-        throw Failure(file + ": has neither floats nor 8 or 16 bits without sign; convert it to a TIFF with "
-                             "floats");
+        throw Failure("disparity-bits",
+                      file,
+                      "has neither floats nor 8 or 16 bits without sign; convert it to a TIFF with floats");
     }
 }
 
 } // namespace
 
-DisparityFile readDisparity(const std::string& file, std::optional<double> pxPerLevel)
+DisparityFile readDisparity(const std::string& file, std::optional<double> pxPerLevel,
+                            const ImageLimits& limits)
 {
-    const cv::Mat image = isPfm(file) ? readPfm(file) : readImage(file);
+    const cv::Mat image = isPfm(file) ? readPfm(file, limits) : readImage(file, limits);
     if (image.channels() != 1) {
-        throw Failure(file + ": is a picture in colour, not a disparity image; name a file with one number a "
-                             "pixel (PFM, TIFF or grey PNG)");
+        throw Failure(
+            "disparity-colour",
+            file,
+            "is a picture in colour, not a disparity image; name a file with one number a pixel (PFM, "
+            "TIFF or grey PNG)");
     }
     DisparityFile result{{}, image.depth() == CV_8U};
     image.convertTo(result.disparity, CV_32F, findUnit(image, file, pxPerLevel));
@@ -65,15 +72,17 @@ DisparityFile readDisparity(const std::string& file, std::optional<double> pxPer
     return result;
 }
 
-cv::Mat readMask(const std::string& file)
+cv::Mat readMask(const std::string& file, const ImageLimits& limits)
 {
-    const cv::Mat image = readImage(file);
+    const cv::Mat image = readImage(file, limits);
     if (image.channels() != 1) {
-        throw Failure(file + ": is in colour; a mask is a grey image, black where pixels do not count");
+        throw Failure(
+            "mask-colour", file, "is in colour; a mask is a grey image, black where pixels do not count");
     }
     cv::Mat mask = image != 0;
     if (cv::countNonZero(mask) == 0) {
-        throw Failure(file + ": is black everywhere, so that no pixel counts; choose another mask");
+        throw Failure(
+            "mask-empty", file, "is black everywhere, so that no pixel counts; choose another mask");
     }
     return mask;
 }

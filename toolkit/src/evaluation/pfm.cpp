@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "evaluation/pfm.h"
 
+#include "files/regular_file.h"
+#include "input/image_limits.h"
+
 #include <vision/toolkit/failure.h>
+
+#include <fmt/format.h>
 
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <locale>
 
@@ -35,12 +39,13 @@ Header readHeader(std::istream& stream, const std::string& file)
     const auto isSize = [](std::int64_t size) { return 0 < size && size <= largest; };
     if (!stream || !isSize(header.width) || !isSize(header.height) || !std::isfinite(header.scale) ||
         header.scale == 0) {
-        throw Failure(file +
-                      ": the header is not that of a PFM file (\"Pf\", width, height, scale); write or "
-                      "copy it again");
+        throw Failure(
+            "pfm-header",
+            file,
+            "the header is not that of a PFM file (\"Pf\", width, height, scale); write or copy it again");
     }
     if (header.kind != "Pf") {
-        throw Failure(file + ": has three channels; a disparity image has one");
+        throw Failure("disparity-colour", file, "has three channels; a disparity image has one");
     }
     return header;
 }
@@ -60,22 +65,29 @@ float decode(const unsigned char* bytes, bool isLittleEndian)
 
 bool isPfm(const std::string& file)
 {
-    std::ifstream stream(file, std::ios::binary);
-    const int first = stream.get();
-    const int second = stream.get();
-    return first == 'P' && (second == 'f' || second == 'F');
+    const auto bytes = readBeginning(file, 2);
+    return bytes.size() == 2 && bytes[0] == 'P' && (bytes[1] == 'f' || bytes[1] == 'F');
 }
 
-cv::Mat readPfm(const std::string& file)
+cv::Mat readPfm(const std::string& file, const ImageLimits& limits)
 {
+    const auto size = static_cast<std::int64_t>(requireRegular(file));
     std::ifstream stream(file, std::ios::binary);
     const Header header = readHeader(stream, file);
-    const std::int64_t wanted = 4 * header.width * header.height;
-    const std::int64_t found = static_cast<std::int64_t>(std::filesystem::file_size(file)) - stream.tellg();
-    if (found != wanted) {
-        throw Failure(file + ": has " + std::to_string(found) +
-                      " bytes of pixels where its header promises " + std::to_string(wanted) +
-                      ": it is damaged or cut off; copy it again");
+    const std::int64_t pixels = header.width * header.height;
+    requireWithin(limits,
+                  cv::Size(static_cast<int>(header.width), static_cast<int>(header.height)),
+                  static_cast<double>(pixels),
+                  file);
+    const std::int64_t found = size - stream.tellg();
+    if (found != 4 * pixels) {
+        throw Failure(
+            "pfm-size",
+            file,
+            fmt::format("has {} bytes of pixels where its header promises {}: it is damaged or cut off; "
+                        "copy it again",
+                        found,
+                        4 * pixels));
     }
     cv::Mat image(static_cast<int>(header.height), static_cast<int>(header.width), CV_32FC1);
     std::string bytes(static_cast<std::size_t>(4 * header.width), '\0');
@@ -88,7 +100,7 @@ cv::Mat readPfm(const std::string& file)
         }
     }
     if (!stream) {
-        throw Failure(file + ": cannot be read to its end; copy it again");
+        throw Failure("cannot-read", file, "cannot be read to its end; copy it again");
     }
     return image;
 }

@@ -2,6 +2,8 @@
 #ifndef VISION_TOOLKIT_SRC_EVALUATION_PFM_H
 #define VISION_TOOLKIT_SRC_EVALUATION_PFM_H
 
+#include <vision/toolkit/input/images.h>
+
 #include <opencv2/core/mat.hpp>
 
 #include <string>
@@ -9,6 +11,7 @@
 namespace vision::toolkit {
 
 /// Whether a file begins as a portable float map does.
+/// @throws Failure when it cannot be read
 bool isPfm(const std::string& file);
 
 /// Reads a grey portable float map.
@@ -16,8 +19,8 @@ bool isPfm(const std::string& file);
 /// OpenCV's own reader divides by the scale in the header, where programs for disparities write anything, and
 /// does not tell what is wrong with a file.
 /// @return `CV_32FC1`
-/// @throws Failure naming the file when it is damaged or has colours
-cv::Mat readPfm(const std::string& file);
+/// @throws Failure naming the file when it is damaged, has colours or is beyond the limits
+cv::Mat readPfm(const std::string& file, const ImageLimits& limits);
 
 } // namespace vision::toolkit
 

@@ -1,18 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "files/text_file.h"
 
-#include <fstream>
+#include "files/regular_file.h"
 
 namespace vision::toolkit {
 
-std::string readText(const std::string& file)
+std::string readTextFile(const std::string& file, std::size_t mostBytes)
 {
-    constexpr std::streamsize most = 1 << 20;
-    std::ifstream stream(file, std::ios::binary);
-    std::string text(static_cast<std::size_t>(most), '\0');
-    stream.read(text.data(), most);
-    text.resize(static_cast<std::size_t>(stream.gcount()));
-    return text;
+    const auto bytes = readWhole(file, mostBytes);
+    return {bytes.begin(), bytes.end()};
 }
 
 } // namespace vision::toolkit

@@ -2,12 +2,16 @@
 #ifndef VISION_TOOLKIT_SRC_FILES_TEXT_FILE_H
 #define VISION_TOOLKIT_SRC_FILES_TEXT_FILE_H
 
-#include <string>
+#include <vision/toolkit/files/text_file.h>
 
 namespace vision::toolkit {
 
-/// The text of a file of at most 1 MiB; empty when it cannot be read.
-std::string readText(const std::string& file);
+/// The text of a calibration file.
+/// @throws Failure as readTextFile()
+inline std::string readText(const std::string& file)
+{
+    return readTextFile(file);
+}
 
 } // namespace vision::toolkit
 

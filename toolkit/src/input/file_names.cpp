@@ -2,16 +2,17 @@
 #include "input/file_names.h"
 
 #include <vision/toolkit/failure.h>
+#include <vision/toolkit/files/text_file.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <functional>
 #include <glob.h>
 #include <initializer_list>
 #include <memory>
+#include <sstream>
 
 namespace vision::toolkit {
 
@@ -70,7 +71,7 @@ Names listFolder(const fs::path& folder, const std::function<bool(const fs::path
         }
     }
     if (error) {
-        throw Failure(folder.string() + ": cannot read the folder: " + error.message());
+        throw Failure("folder-unreadable", folder.string(), "cannot read the folder: " + error.message());
     }
     sortNaturally(names);
     return names;
@@ -80,8 +81,9 @@ Names expandFolder(const std::string& folder)
 {
     Names names = listFolder(folder, isImage);
     if (names.empty()) {
-        throw Failure(folder +
-                      ": no image in this folder; name one that holds images, or the images themselves");
+        throw Failure("no-image",
+                      folder,
+                      "no image in this folder; name one that holds images, or the images themselves");
     }
     return names;
 }
@@ -95,7 +97,7 @@ Names expandGlob(const std::string& pattern)
         names.assign(found.gl_pathv, found.gl_pathv + found.gl_pathc);
     }
     if (names.empty()) {
-        throw Failure(pattern + ": no file matches this pattern; check the folder and the spelling");
+        throw Failure("no-match", pattern, "no file matches this pattern; check the folder and the spelling");
     }
     sortNaturally(names);
     return names;
@@ -139,15 +141,19 @@ Names expandNumbers(const std::string& pattern)
     };
     Names names = listFolder(path.has_parent_path() ? path.parent_path() : fs::path("."), matches);
     if (names.empty()) {
-        throw Failure(pattern + ": no file has this name with a number for " +
-                      name.substr(mark.begin, mark.end - mark.begin) + "; check the folder and the spelling");
+        throw Failure("no-match",
+                      pattern,
+                      "no file has this name with a number for " +
+                          name.substr(mark.begin, mark.end - mark.begin) +
+                          "; check the folder and the spelling");
     }
     return names;
 }
 
 Names expandList(const std::string& file)
 {
-    std::ifstream stream(file);
+    constexpr std::size_t mostBytes = 64 << 20; // half a million names
+    std::istringstream stream(readTextFile(file, mostBytes));
     Names names;
     for (std::string line; std::getline(stream, line);) {
         const std::size_t last = line.find_last_not_of(" \t\r");
@@ -156,7 +162,7 @@ Names expandList(const std::string& file)
         }
     }
     if (names.empty()) {
-        throw Failure(file + ": no name in this list; give the name of an image in each line");
+        throw Failure("list-empty", file, "no name in this list; give the name of an image in each line");
     }
     return names;
 }
@@ -179,12 +185,12 @@ Names expand(const std::string& given)
 
 } // namespace
 
-std::vector<std::string> expandNames(const std::string& option, const std::vector<std::string>& given)
+std::vector<std::string> expandNames(const std::vector<std::string>& given)
 {
     Names names;
     for (const std::string& name : given) {
         if (name.empty()) {
-            throw Failure(option + ": an empty name; name an image");
+            throw Failure("name-empty", "", "one of the names of images is empty; name an image");
         }
         const Names found = expand(name);
         names.insert(names.end(), found.begin(), found.end());

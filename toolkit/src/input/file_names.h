@@ -16,9 +16,8 @@ namespace vision::toolkit {
 ///   order, in which 9 precedes 10.
 /// - A text file (`.txt`, `.lst`) gives the names in its lines, in their order; relative names start at its
 ///   folder. Empty lines and lines that begin with # are left out.
-/// @param option what the user calls these images, for messages
 /// @throws Failure naming what gives no image
-std::vector<std::string> expandNames(const std::string& option, const std::vector<std::string>& given);
+std::vector<std::string> expandNames(const std::vector<std::string>& given);
 
 /// Whether a file is a video, by its extension.
 bool isVideo(const std::string& file);

@@ -1,15 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/input/images.h>
 
+#include "base/text.h"
+#include "files/regular_file.h"
+#include "input/image_header.h"
+#include "input/image_limits.h"
+#include "input/jpeg.h"
+
 #include <vision/toolkit/failure.h>
 
+#include <fmt/format.h>
 #include <opencv2/imgcodecs.hpp>
 
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string_view>
 #include <vector>
 
@@ -19,92 +22,89 @@ namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-Bytes readBytes(const std::string& file)
+ImageHeader requireHeader(const std::string& file, const Bytes& bytes)
 {
-    namespace fs = std::filesystem;
-    std::error_code error;
-    const fs::file_status status = fs::status(file, error);
-    if (!fs::exists(status)) {
-        throw Failure(file + ": cannot open the image: " + error.message() + "; check the name");
-    }
-    if (!fs::is_regular_file(status)) {
-        throw Failure(file + ": is a folder or a device; name an image file");
-    }
-    errno = 0;
-    std::ifstream stream(file, std::ios::binary);
-    Bytes bytes(static_cast<std::size_t>(fs::file_size(file)));
-    stream.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
-    if (!stream) {
-        throw Failure(file + ": cannot read the image: " + std::strerror(errno));
-    }
     if (bytes.empty()) {
-        throw Failure(file + ": is empty; copy the image again");
+        throw Failure("image-empty", file, "is empty; copy the image again");
     }
-    return bytes;
-}
-
-bool startsWith(const Bytes& bytes, std::string_view signature)
-{
-    return bytes.size() >= signature.size() &&
-           std::equal(
-               signature.begin(), signature.end(), bytes.begin(), [](char wanted, unsigned char found) {
-                   return static_cast<unsigned char>(wanted) == found;
-               });
-}
-
-/// Walks over the markers of a JPEG file to the one that ends it. Searching backwards for that one would
-/// not do: an embedded preview has it too.
-bool isWholeJpeg(const Bytes& bytes)
-{
-    constexpr unsigned char endOfImage = 0xD9;
-    const auto isPartOfScan = [](unsigned char code) { return code == 0 || (0xD0 <= code && code <= 0xD7); };
-
-    std::size_t at = 2; // behind the start of the image
-    while (at + 1 < bytes.size()) {
-        const unsigned char code = bytes[at + 1];
-        if (bytes[at] != 0xFF || code == 0xFF || isPartOfScan(code)) {
-            ++at;
-            continue;
-        }
-        if (code == endOfImage) {
-            return true;
-        }
-        if (at + 3 >= bytes.size()) {
-            return false;
-        }
-        at += 2 + (std::size_t{bytes[at + 2]} << 8 | bytes[at + 3]);
+    const auto header = readImageHeader(bytes);
+    if (!header) {
+        throw Failure(
+            "image-format",
+            file,
+            "is damaged or not an image of a known format (PNG, JPEG, TIFF, BMP, PNM, WebP, JPEG 2000, "
+            "Sun raster); convert it to PNG");
     }
-    return false;
+    return *header;
 }
 
-/// OpenCV fills what a cut-off file lacks with grey or black and says nothing.
-void requireWhole(const std::string& file, const Bytes& bytes)
+bool isJpeg(const Bytes& bytes)
+{
+    return bytes[0] == 0xFF && bytes[1] == 0xD8;
+}
+
+/// OpenCV fills what a cut-off PNG lacks with black and says nothing.
+bool isCutOff(const Bytes& bytes)
 {
     constexpr std::string_view endOfPng = "IEND";
-    const bool isWhole =
-        startsWith(bytes, "\xFF\xD8") ? isWholeJpeg(bytes)
-        : startsWith(bytes, "\x89PNG")
-            ? std::search(bytes.begin(), bytes.end(), endOfPng.begin(), endOfPng.end()) != bytes.end()
-            : true;
-    if (!isWhole) {
-        throw Failure(file + ": the image is damaged or cut off; copy it again");
+    return bytes[1] == 'P' && bytes[2] == 'N' &&
+           std::search(bytes.begin(), bytes.end(), endOfPng.begin(), endOfPng.end()) == bytes.end();
+}
+
+cv::Mat decode(const Bytes& bytes)
+{
+    if (isJpeg(bytes)) {
+        return decodeJpeg(bytes);
     }
+    return isCutOff(bytes) ? cv::Mat() : cv::imdecode(bytes, cv::IMREAD_UNCHANGED);
 }
 
 } // namespace
 
-cv::Mat readImage(const std::string& file)
+void requireWithin(const ImageLimits& limits, const cv::Size& size, double pixels, const std::string& name)
 {
-    const Bytes bytes = readBytes(file);
-    requireWhole(file, bytes);
+    constexpr double million = 1e6;
+    if (pixels > million * limits.megapixels) {
+        throw Failure("image-too-large",
+                      name,
+                      fmt::format("asks for {:.1f} megapixels, more than the {} that are allowed",
+                                  pixels / million,
+                                  limits.megapixels));
+    }
+    if (!limits.size.empty() && (size.width > limits.size.width || size.height > limits.size.height)) {
+        throw Failure("image-larger-than-expected",
+                      name,
+                      "is " + formatSize(size) + ", larger than the " + formatSize(limits.size) +
+                          " that what it belongs to allows");
+    }
+}
+
+std::size_t mostImageBytes(const ImageLimits& limits)
+{
+    constexpr std::size_t perMegapixel = 8'000'000; // four channels of 16 bits
+    constexpr std::size_t aside = 64 << 20;         // previews, profiles
+    return perMegapixel * static_cast<std::size_t>(limits.megapixels) + aside;
+}
+
+cv::Mat readImage(const std::string& file, const ImageLimits& limits)
+{
+    const Bytes bytes = readWhole(file, mostImageBytes(limits));
+    const ImageHeader header = requireHeader(file, bytes);
+    constexpr std::uint64_t largest = 1 << 30;
+    requireWithin(limits,
+                  cv::Size(static_cast<int>(std::min(header.width, largest)),
+                           static_cast<int>(std::min(header.height, largest))),
+                  static_cast<double>(header.pixels()),
+                  file);
     cv::Mat image;
+    std::string reason;
     try {
-        image = cv::imdecode(bytes, cv::IMREAD_UNCHANGED);
-    } catch (const cv::Exception& error) {
-        throw Failure(file + ": cannot decode the image: " + toText(describe(error)));
+        image = decode(bytes);
+    } catch (const std::exception& error) {
+        reason = " (" + toText(describe(error)) + ")";
     }
     if (image.empty()) {
-        throw Failure(file + ": is damaged or not an image of a known format; convert it to PNG");
+        throw Failure("image-damaged", file, "the image is damaged or cut off; copy it again" + reason);
     }
     return image;
 }

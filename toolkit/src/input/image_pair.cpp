@@ -2,6 +2,7 @@
 #include <vision/toolkit/input/images.h>
 
 #include "base/text.h"
+#include "input/bit_depth.h"
 
 #include <vision/toolkit/failure.h>
 
@@ -19,10 +20,18 @@ namespace {
 void requireUsable(const cv::Mat& image, const std::string& name)
 {
     if (image.depth() != CV_8U && image.depth() != CV_16U) {
-        throw Failure(name + ": has neither 8 nor 16 bits per channel; convert it to such a PNG");
+        throw Failure("image-bits", name, "has neither 8 nor 16 bits per channel; convert it to such a PNG");
     }
     if (image.channels() != 1 && image.channels() != 3 && image.channels() != 4) {
-        throw Failure(name + ": is neither grey nor colour; convert it to a grey PNG");
+        throw Failure("image-channels", name, "is neither grey nor colour; convert it to a grey PNG");
+    }
+    constexpr int largest = 32767; // OpenCV's filter of speckles keeps coordinates in 16 bits
+    if (std::max(image.cols, image.rows) > largest) {
+        throw Failure("image-too-long",
+                      name,
+                      fmt::format("is {}, and images can have at most {} px in either direction; cut it",
+                                  formatSize(image.size()),
+                                  largest));
     }
 }
 
@@ -35,23 +44,6 @@ cv::Mat dropAlpha(const cv::Mat& image, Notes& notes)
     cv::cvtColor(image, colour, cv::COLOR_BGRA2BGR);
     append(notes, {{"alpha-ignored", Severity::Info, "the alpha channel of images is ignored"}});
     return colour;
-}
-
-double findBrightest(const cv::Mat& image)
-{
-    double brightest = 0;
-    cv::minMaxLoc(image.reshape(1), nullptr, &brightest);
-    return brightest;
-}
-
-/// How many bits the sensor seems to have had.
-int countBits(double brightest)
-{
-    int bits = 8;
-    while (bits < 16 && brightest >= (1 << bits)) {
-        bits += 2;
-    }
-    return bits;
 }
 
 /// Two cameras of the same make differ by their exposure, but hardly by more than this factor.
@@ -71,17 +63,26 @@ void compareRanges(double left, double right, bool isSameDepth, Notes& notes)
 
 void scaleToEightBits(RawPair& pair, double brightest, Notes& notes)
 {
-    const double factor = 255.0 / ((1 << countBits(brightest)) - 1);
+    if (pair.left.depth() != CV_16U && pair.right.depth() != CV_16U) {
+        return;
+    }
+    const int bits = pair.bits != 0 ? pair.bits : findBitDepth(brightest);
+    const int white = (1 << bits) - 1;
     for (cv::Mat* image : {&pair.left, &pair.right}) {
         if (image->depth() == CV_16U) {
-            image->convertTo(*image, CV_8U, factor);
-            append(
-                notes,
-                {{"scaled-to-8-bits",
-                  Severity::Info,
-                  "16-bit images are scaled to 8 bits (taken as the fewest of 8, 10, 12, 14 and 16 that hold "
-                  "the brightest pixel of the pair)"}});
+            image->convertTo(*image, CV_8U, 255.0 / white);
         }
+    }
+    append(notes,
+           {{"scaled-to-8-bits",
+             Severity::Info,
+             fmt::format("16-bit images are scaled to 8 bits, as those of a camera with {} bits", bits)}});
+    if (brightest > white) {
+        notes.push_back({"beyond-bit-depth",
+                         fmt::format("the brightest pixel is {:.0f}, beyond the {} bits that the sequence is "
+                                     "taken to have: what is beyond became white",
+                                     brightest,
+                                     bits)});
     }
 }
 
@@ -101,9 +102,12 @@ InputImage toGrey(const cv::Mat& image, Notes& notes)
 std::vector<PairNames> pairUp(const std::vector<std::string>& left, const std::vector<std::string>& right)
 {
     if (left.size() != right.size()) {
-        throw Failure("--left names " + std::to_string(left.size()) + " images and --right " +
-                      std::to_string(right.size()) +
-                      ": give one right image for each left one, in the same order");
+        throw Failure("numbers-of-images-differ",
+                      "",
+                      fmt::format("there are {} images of the left camera and {} of the right one: each left "
+                                  "image needs a right one, in the same order",
+                                  left.size(),
+                                  right.size()));
     }
     std::vector<PairNames> pairs;
     for (std::size_t i = 0; i < left.size(); ++i) {
@@ -117,18 +121,22 @@ void requireUsable(const RawPair& pair, const PairNames& names)
     requireUsable(pair.left, names.left);
     requireUsable(pair.right, names.right);
     if (pair.left.size() != pair.right.size()) {
-        throw Failure(names.left + " is " + formatSize(pair.left.size()) + " and " + names.right + " is " +
-                      formatSize(pair.right.size()) + ": both images of a pair must have the same size");
+        throw Failure("sizes-differ",
+                      names.left + " and " + names.right,
+                      "are " + formatSize(pair.left.size()) + " and " + formatSize(pair.right.size()) +
+                          ": both images of a pair must have the same size");
     }
 }
 
-RawPair readRawPair(const PairNames& files)
+RawPair readRawPair(const PairNames& files, const ImageLimits& limits)
 {
     std::error_code ignored;
     if (std::filesystem::equivalent(files.left, files.right, ignored)) {
-        throw Failure(files.left + ": is given as left and as right image; name the other camera's image");
+        throw Failure("same-image-twice",
+                      files.left,
+                      "is given as left and as right image; name the other camera's image");
     }
-    RawPair pair{readImage(files.left), readImage(files.right)};
+    RawPair pair{readImage(files.left, limits), readImage(files.right, limits)};
     requireUsable(pair, files);
     return pair;
 }
@@ -136,7 +144,7 @@ RawPair readRawPair(const PairNames& files)
 ImagePair toEightBits(const RawPair& raw)
 {
     ImagePair pair;
-    RawPair opaque{dropAlpha(raw.left, pair.notes), dropAlpha(raw.right, pair.notes)};
+    RawPair opaque{dropAlpha(raw.left, pair.notes), dropAlpha(raw.right, pair.notes), raw.bits};
     const double left = findBrightest(opaque.left);
     const double right = findBrightest(opaque.right);
     compareRanges(left, right, opaque.left.depth() == opaque.right.depth(), pair.notes);
@@ -146,9 +154,9 @@ ImagePair toEightBits(const RawPair& raw)
     return pair;
 }
 
-ImagePair readImagePair(const PairNames& files)
+ImagePair readImagePair(const PairNames& files, const ImageLimits& limits)
 {
-    return toEightBits(readRawPair(files));
+    return toEightBits(readRawPair(files, limits));
 }
 
 } // namespace vision::toolkit

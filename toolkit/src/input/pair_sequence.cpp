@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/input/pair_sequence.h>
 
+#include "input/bit_depth.h"
 #include "input/file_names.h"
+#include "input/number_mismatch.h"
 #include "input/video.h"
 
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/input/images.h>
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <filesystem>
@@ -21,51 +25,62 @@ std::string stem(const std::string& file)
 }
 
 /// The left half is the left camera's.
-RawPair splitSides(const cv::Mat& image, const std::string& name)
+RawPair splitSides(const cv::Mat& image, const std::string& name, int bits)
 {
     if (image.cols % 2 != 0 || image.cols < 2) {
         throw Failure(
-            name + ": is " + std::to_string(image.cols) +
-            " px wide, which gives no two halves of the same width; is it an image of both cameras?");
+            "no-halves",
+            name,
+            "is " + std::to_string(image.cols) +
+                " px wide, which gives no two halves of the same width; is it an image of both cameras?");
     }
-    RawPair pair{image.colRange(0, image.cols / 2).clone(),
-                 image.colRange(image.cols / 2, image.cols).clone()};
+    RawPair pair{
+        image.colRange(0, image.cols / 2).clone(), image.colRange(image.cols / 2, image.cols).clone(), bits};
     requireUsable(pair, {name, name});
     return pair;
 }
 
+/// Pairs of image files; what one and two files for each have in common.
 class FilePairs : public PairSequence
 {
 public:
-    explicit FilePairs(std::vector<PairNames> pairs) : _pairs(std::move(pairs)) {}
+    FilePairs(std::vector<PairNames> pairs, const PairInput& input)
+        : _pairs(std::move(pairs)), _limits(input.limits),
+          _bits(input.bits != 0 ? input.bits : findBitDepth(_pairs, _limits))
+    {
+    }
 
     std::size_t size() const override { return _pairs.size(); }
     std::string name(std::size_t pair) const override { return stem(_pairs[pair].left); }
     PairNames images(std::size_t pair) const override { return _pairs[pair]; }
+    Notes notes() const override { return findNumberMismatch(_pairs); }
+    void limitSize(const cv::Size& size) override { _limits.size = size; }
     Read take(std::size_t pair) override
     {
-        return [files = _pairs[pair]] { return readRawPair(files); };
+        return [files = _pairs[pair], limits = _limits, bits = _bits] {
+            RawPair images = readRawPair(files, limits);
+            images.bits = bits;
+            return images;
+        };
     }
 
-private:
+protected:
     std::vector<PairNames> _pairs;
+    ImageLimits _limits;
+    int _bits;
 };
 
-class SideBySideFiles : public PairSequence
+class SideBySideFiles : public FilePairs
 {
 public:
-    explicit SideBySideFiles(std::vector<std::string> files) : _files(std::move(files)) {}
-
-    std::size_t size() const override { return _files.size(); }
-    std::string name(std::size_t pair) const override { return stem(_files[pair]); }
-    PairNames images(std::size_t pair) const override { return {_files[pair], _files[pair]}; }
+    using FilePairs::FilePairs;
+    void limitSize(const cv::Size& size) override { _limits.size = {2 * size.width, size.height}; }
     Read take(std::size_t pair) override
     {
-        return [file = _files[pair]] { return splitSides(readImage(file), file); };
+        return [file = _pairs[pair].left, limits = _limits, bits = _bits] {
+            return splitSides(readImage(file, limits), file, bits);
+        };
     }
-
-private:
-    std::vector<std::string> _files;
 };
 
 std::string nameFrame(const std::string& video, std::size_t frame)
@@ -95,7 +110,7 @@ public:
     }
 
 protected:
-    explicit VideoPairs(const std::string& left) : _left(left) {}
+    VideoPairs(const std::string& left, const ImageLimits& limits) : _left(left, limits) {}
     virtual RawPair _decode(std::size_t pair) = 0;
 
     Video _left;
@@ -104,12 +119,16 @@ protected:
 class TwoVideos : public VideoPairs
 {
 public:
-    TwoVideos(const std::string& left, const std::string& right) : VideoPairs(left), _right(right)
+    TwoVideos(const std::string& left, const std::string& right, const ImageLimits& limits)
+        : VideoPairs(left, limits), _right(right, limits)
     {
         if (_left.size() != _right.size()) {
-            throw Failure(left + " has " + std::to_string(_left.size()) + " frames and " + right + " " +
-                          std::to_string(_right.size()) +
-                          ": cut both to the frames taken at the same moments");
+            throw Failure(
+                "numbers-of-frames-differ",
+                left + " and " + right,
+                fmt::format("have {} and {} frames: cut both to the frames taken at the same moments",
+                            _left.size(),
+                            _right.size()));
         }
     }
     PairNames images(std::size_t pair) const override
@@ -131,7 +150,7 @@ private:
 class SideBySideVideo : public VideoPairs
 {
 public:
-    explicit SideBySideVideo(const std::string& file) : VideoPairs(file) {}
+    SideBySideVideo(const std::string& file, const ImageLimits& limits) : VideoPairs(file, limits) {}
     PairNames images(std::size_t pair) const override
     {
         const std::string frame = nameFrame(_left.file(), pair);
@@ -139,7 +158,7 @@ public:
     }
 
 private:
-    RawPair _decode(std::size_t pair) override { return splitSides(_left.read(pair), images(pair).left); }
+    RawPair _decode(std::size_t pair) override { return splitSides(_left.read(pair), images(pair).left, 0); }
 };
 
 bool holdsVideo(const std::vector<std::string>& names)
@@ -147,38 +166,57 @@ bool holdsVideo(const std::vector<std::string>& names)
     return std::any_of(names.begin(), names.end(), isVideo);
 }
 
-void requireOne(const char* option, const std::vector<std::string>& names)
+void requireOne(const std::vector<std::string>& names)
 {
     if (names.size() != 1 || !isVideo(names.front())) {
-        throw Failure(std::string(option) +
-                      ": give one video for each camera, or images only; run once per video");
+        throw Failure(
+            "videos-mixed", "", "give one video for each camera, or images only; run once per video");
     }
+}
+
+std::vector<PairNames> useTwice(const std::vector<std::string>& files)
+{
+    std::vector<PairNames> pairs;
+    for (const std::string& file : files) {
+        pairs.push_back({file, file});
+    }
+    return pairs;
+}
+
+std::unique_ptr<PairSequence> openVideos(const std::vector<std::string>& left,
+                                         const std::vector<std::string>& right, const PairInput& input)
+{
+    requireOne(left);
+    if (input.isSideBySide) {
+        return std::make_unique<SideBySideVideo>(left.front(), input.limits);
+    }
+    requireOne(right);
+    return std::make_unique<TwoVideos>(left.front(), right.front(), input.limits);
 }
 
 } // namespace
 
 std::unique_ptr<PairSequence> openPairs(const PairInput& input)
 {
-    const auto left = expandNames("--left", input.left);
-    const auto right = expandNames("--right", input.right);
+    const auto left = expandNames(input.left);
+    const auto right = expandNames(input.right);
     if (left.empty()) {
-        throw Failure("--left: name the images, a folder, a pattern in quotes or a video of the left camera");
+        throw Failure("no-left-images",
+                      "",
+                      "name the images, a folder, a pattern in quotes or a video of the left camera");
     }
     if (input.isSideBySide && !right.empty()) {
-        throw Failure("--side-by-side: --left names images of both cameras, so leave out --right");
+        throw Failure("right-images-given",
+                      "",
+                      "images that hold both cameras side by side need no images of the right camera");
     }
     if (holdsVideo(left) || holdsVideo(right)) {
-        requireOne("--left", left);
-        if (input.isSideBySide) {
-            return std::make_unique<SideBySideVideo>(left.front());
-        }
-        requireOne("--right", right);
-        return std::make_unique<TwoVideos>(left.front(), right.front());
+        return openVideos(left, right, input);
     }
     if (input.isSideBySide) {
-        return std::make_unique<SideBySideFiles>(left);
+        return std::make_unique<SideBySideFiles>(useTwice(left), input);
     }
-    return std::make_unique<FilePairs>(pairUp(left, right));
+    return std::make_unique<FilePairs>(pairUp(left, right), input);
 }
 
 } // namespace vision::toolkit

@@ -23,10 +23,15 @@ RawPair resize(const RawPair& pair, double factor)
     constexpr double roundingError = 1e-6;
     if (scaled.empty() || std::abs(exact.x - scaled.width) > roundingError ||
         std::abs(exact.y - scaled.height) > roundingError) {
-        throw Failure("--resize " + fmt::format("{:.3f}", factor) + " of " + formatSize(size) +
-                      " gives no whole number of pixels: choose another factor");
+        throw Failure(
+            "resize-not-whole",
+            "",
+            fmt::format("{} scaled by {:.3f} gives no whole number of pixels: choose another factor",
+                        formatSize(size),
+                        factor));
     }
     RawPair result;
+    result.bits = pair.bits;
     cv::resize(pair.left, result.left, scaled, 0, 0, cv::INTER_AREA);
     cv::resize(pair.right, result.right, scaled, 0, 0, cv::INTER_AREA);
     return result;

@@ -6,6 +6,8 @@
 #define VISION_TOOLKIT_EVALUATION_EVALUATION_H
 
 #include <vision/toolkit/export.h>
+#include <vision/toolkit/input/images.h>
+#include <vision/toolkit/note.h>
 
 #include <opencv2/core/mat.hpp>
 
@@ -46,6 +48,13 @@ struct Evaluation
 VISION_TOOLKIT_EXPORT Evaluation evaluate(const cv::Mat& disparity, const cv::Mat& truth,
                                           const cv::Mat& mask = {});
 
+/// Notes values that are the truth times some factor ("units-differ") or one over it ("is-depth"): the figures
+/// of evaluate() mean nothing then.
+/// @param disparity,truth,mask as for evaluate()
+/// @throws as evaluate(), when sizes or types differ
+VISION_TOOLKIT_EXPORT Notes judgeUnits(const cv::Mat& disparity, const cv::Mat& truth,
+                                       const cv::Mat& mask = {});
+
 /// Draws the error of every pixel in steps of badLimits, from blue to red, with the share of each among the
 /// pixels with truth: black without a value, dark grey without truth or outside the mask.
 /// @param disparity,truth,mask as for evaluate()
@@ -69,12 +78,13 @@ struct DisparityFile
 /// - 8 bits: grey levels; 0 for no value.
 /// @param pxPerLevel disparity of one grey level in px, positive; only for files of 8 bits
 /// @throws Failure naming the file when it cannot be read, holds something else or needs pxPerLevel
-VISION_TOOLKIT_EXPORT DisparityFile readDisparity(const std::string& file, std::optional<double> pxPerLevel);
+VISION_TOOLKIT_EXPORT DisparityFile readDisparity(const std::string& file, std::optional<double> pxPerLevel,
+                                                  const ImageLimits& limits = {});
 
 /// Reads a mask: a grey image that is black in the pixels that do not count.
 /// @return `CV_8UC1`, 255 in the pixels that count and 0 in the others
 /// @throws Failure naming the file when it cannot be read, is not grey or nothing counts
-VISION_TOOLKIT_EXPORT cv::Mat readMask(const std::string& file);
+VISION_TOOLKIT_EXPORT cv::Mat readMask(const std::string& file, const ImageLimits& limits = {});
 
 } // namespace vision::toolkit
 

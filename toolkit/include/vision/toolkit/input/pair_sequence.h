@@ -21,6 +21,8 @@ struct PairInput
     std::vector<std::string> left;  ///< as expandNames() takes them, or one video
     std::vector<std::string> right; ///< in the same order; empty when the images are side by side
     bool isSideBySide = false;      ///< the left half of each image is the left camera's
+    ImageLimits limits = {};
+    int bits = 0; ///< that the cameras used of 16, 9 to 16; 0 to find it from nine pairs, for all the same
 };
 
 /// Pairs that are read one by one.
@@ -45,13 +47,20 @@ public:
     /// What messages call both images.
     [[nodiscard]] virtual PairNames images(std::size_t pair) const = 0;
 
+    /// What is odd about the sequence as a whole.
+    [[nodiscard]] virtual Notes notes() const { return {}; }
+
+    /// Refuses image files that are wider or higher, such as those beyond a calibration, before they are decoded.
+    virtual void limitSize(const cv::Size& /*size*/) {}
+
     /// Begins to read a pair. A video is decoded here, so calls must not overlap and are fast when the
     /// numbers grow; a file is read when the result is called.
     [[nodiscard]] virtual Read take(std::size_t pair) = 0;
 };
 
 /// Opens a sequence.
-/// @throws Failure when a name gives no image, a video cannot be opened, or left and right differ in number
+/// @throws Failure when a name gives no image, a video cannot be opened or lacks frames, or left and right differ
+/// in number
 VISION_TOOLKIT_EXPORT std::unique_ptr<PairSequence> openPairs(const PairInput& input);
 
 } // namespace vision::toolkit
