@@ -2,6 +2,7 @@
 #include <vision/toolkit/features/row_offsets.h>
 
 #include "features/correlation.h"
+#include "features/point_match.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -130,7 +131,7 @@ std::optional<cv::Point2d> refine(const cv::Mat& left, const cv::Mat& right, con
     return place && place->score >= similar ? std::optional(place->shift) : std::nullopt;
 }
 
-/// The same place in an image twice as large; whole numbers are the centres of pixels.
+/// The same place in an image of another size; whole numbers are the centres of pixels.
 cv::Point2d enlarge(const cv::Point2d& point, const cv::Mat& from, const cv::Mat& to)
 {
     return {(point.x + 0.5) * to.cols / from.cols - 0.5, (point.y + 0.5) * to.rows / from.rows - 0.5};
@@ -182,6 +183,14 @@ FeatureMatches matchFeatures(const cv::Mat& left, const cv::Mat& right, int most
         }
     }
     return result;
+}
+
+std::optional<FeatureMatch> matchPoint(const cv::Mat& left, const cv::Mat& right, const cv::Point2d& point)
+{
+    const Pyramids images(left, right);
+    const cv::Point coarse = enlarge(point, left, images.left.back());
+    const auto place = searchEverywhere(images, coarse);
+    return place && isUnique(*place) ? refine(images, coarse, *place) : std::nullopt;
 }
 
 } // namespace vision::toolkit

@@ -47,7 +47,8 @@ struct RowOffsets
         /// px: 1.48 times the median distance from the median, the standard deviation if it were normal
         spread;
     std::size_t matched;
-    std::size_t features; ///< of those, so many were looked for
+    std::size_t features;  ///< of those, so many were looked for
+    std::size_t ambiguous; ///< of the latter, so many fit several places equally well
     double behind;        ///< share of the matched ones that lie behind the cameras, as in swapped images
 };
 
