@@ -2,6 +2,9 @@
 #include <vision/toolkit/check/calibration_check.h>
 
 #include "base/statistics.h"
+#include "check/drift_fit.h"
+#include "check/limits.h"
+#include "check/pair_verdicts.h"
 #include "features/row_verdict.h"
 
 #include <vision/toolkit/check/check_report.h>
@@ -9,6 +12,7 @@
 #include <vision/toolkit/records/inspection.h>
 
 #include <fmt/format.h>
+#include <opencv2/imgproc.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -46,8 +50,7 @@ std::array<RegionOffset, 9> findRegions(const std::vector<FeatureMatch>& matches
     }
     std::array<RegionOffset, 9> regions{};
     for (std::size_t i = 0; i < regions.size(); ++i) {
-        regions[i].matched = offsets[i].size();
-        regions[i].median = medianAndSpread(std::move(offsets[i])).median;
+        regions[i] = {median(offsets[i]), offsets[i].size()};
     }
     return regions;
 }
@@ -55,16 +58,13 @@ std::array<RegionOffset, 9> findRegions(const std::vector<FeatureMatch>& matches
 double findRms(const std::vector<FeatureMatch>& matches, const RowOffsets& rows)
 {
     constexpr double outlier = 5; // spreads
-    double squares = 0;
-    std::size_t count = 0;
+    std::vector<double> offsets;
     for (const auto& [left, right] : matches) {
-        const double offset = right.y - left.y;
-        if (std::abs(offset - rows.median) <= outlier * rows.spread) {
-            squares += offset * offset;
-            ++count;
+        if (std::abs(right.y - left.y - rows.median) <= outlier * rows.spread) {
+            offsets.push_back(right.y - left.y);
         }
     }
-    return count == 0 ? 0 : std::sqrt(squares / static_cast<double>(count));
+    return rms(offsets);
 }
 
 /// The slope of a straight line through the medians, from the first pair to the last.
@@ -82,46 +82,145 @@ double findTrend(const std::vector<PairCheck>& pairs)
     return n < fewest ? std::numeric_limits<double>::quiet_NaN() : (n * xy - x * y) / (n * xx - x * x);
 }
 
-/// Whether rows are off systematically: beyond what calibrating itself leaves, and beyond doubt.
-bool isDrift(const Rotation& rotation)
+std::optional<BoardSummary> summarise(const std::vector<PairCheck>& pairs)
 {
-    constexpr double mostExplained = 0.3; // px; calibrating leaves 0.1 to 0.2
-    constexpr double beyondDoubt = 4;     // standard deviations
-    const auto isSignificant = [&](int axis) {
-        return std::abs(rotation.angles[axis]) > beyondDoubt * rotation.uncertainty[axis];
-    };
-    return rotation.explained > mostExplained && (isSignificant(0) || isSignificant(1) || isSignificant(2));
+    std::vector<BoardCheck> boards;
+    for (const PairCheck& pair : pairs) {
+        if (pair.board) {
+            boards.push_back(*pair.board);
+        }
+    }
+    return boards.empty() ? std::nullopt : std::optional(summariseBoards(boards));
 }
 
-/// What speaks against the calibration belonging to the images at all.
-Notes findForeign(const CalibrationCheck& check, const CalibrationPair& calibrations)
+/// A small copy without the noise of single pixels.
+cv::Mat makeThumbnail(const cv::Mat& grey)
 {
-    constexpr double mostResidual = 1.2; // px, as for a single pair
-    Notes reasons = findPairFaults(calibrations.left, calibrations.right);
-    if (!reasons.empty()) {
+    cv::Mat small;
+    cv::resize(grey, small, {32, 24}, 0, 0, cv::INTER_AREA);
+    small.convertTo(small, CV_32F);
+    return small;
+}
+
+/// What the rows of all pairs together say, when single pairs say nothing against them.
+Notes judgeDrift(const CalibrationCheck& check)
+{
+    const CameraDrift& drift = *check.drift;
+    Notes reasons;
+    if (check.drift->residual > limits::mostResidual) {
+        reasons.push_back({"rows-differ",
+                           Severity::Wrong,
+                           fmt::format("rows are off by different amounts (spread {:.2f} px), which no small "
+                                       "movement of a camera explains",
+                                       check.rows.spread)});
         return reasons;
     }
-    if (isForeign(check.rows) || check.rows.behind > 0.5) {
-        return judgeRows(check.rows, RowOffsets{});
+    if (drift.explained <= limits::mostExplained) {
+        return reasons;
     }
-    if (!check.rotation) {
-        return {{"too-few-matches",
-                 "only " + std::to_string(check.rows.matched) +
-                     " points are found in both images, too few to judge: take images with more structure"}};
+    const bool isZoom = drift.zoom.isSignificant() && std::abs(drift.zoom.value) > limits::mostZoom;
+    reasons.push_back(
+        isZoom ? Note("scale-changed",
+                      Severity::Wrong,
+                      fmt::format("the right image has become {:.2f} +- {:.2f} % larger against the left one, as when a "
+                                  "lens is zoomed or focused anew: rows and all distances are wrong, and only a new calibration mends it",
+                                  drift.zoom.value,
+                                  drift.zoom.uncertainty))
+               : Note("drifted",
+                      Severity::Wrong,
+                      fmt::format("rows are off by {:.2f} px rms, as if the right camera had turned ({})",
+                                  drift.explained,
+                                  describeDrift(drift))));
+    return reasons;
+}
+
+Notes judgeBoard(const BoardSummary& board)
+{
+    const double error = board.squareMean - 1;
+    if (std::abs(error) <= std::max(limits::mostSquareError, limits::beyondDoubt * board.squareUncertainty)) {
+        return {};
     }
-    if (check.rotation->residual > mostResidual) {
-        return {{"rows-differ",
-                 "rows are off by different amounts (spread " + fmt::format("{:.2f}", check.rows.spread) +
-                     " px), which no small rotation explains: use the calibration of these cameras, or make "
-                     "a new "
-                     "one with 'stereovision calibrate'"}};
+    return {{"square-differs",
+             Severity::Wrong,
+             fmt::format("squares of the board come out {:.2f} +- {:.2f} % too {}: distances are wrong by as much, or the "
+                         "board's squares are not of the given size",
+                         100 * std::abs(error),
+                         100 * board.squareUncertainty,
+                         error > 0 ? "large" : "small")}};
+}
+
+/// Whether a drift of the size that matters might have been missed.
+Notes judgeCertainty(const CameraDrift& drift, const Calibration& right)
+{
+    const double focalLength = double{right.projectionMatrix.at<float>(0, 0)};
+    const double rows = 3 * drift.pitch.uncertainty * CV_PI / 180 * focalLength;
+    const double roll = 3 * drift.roll.uncertainty;
+    if (rows <= limits::mostUncertainRows && roll <= limits::mostUncertainRoll) {
+        return {};
     }
-    return {};
+    return {{"uncertain",
+             fmt::format("what is found in both images leaves rows uncertain by {:.2f} px and roll by {:.2f} degrees "
+                         "(three standard deviations): take more pairs, with structure in all parts of the image",
+                         rows,
+                         roll)}};
+}
+
+void conclude(CalibrationCheck& check, CheckVerdict verdict, const Notes& reasons)
+{
+    if (!reasons.empty() && check.reasons.empty()) {
+        check.verdict = verdict;
+    }
+    append(check.reasons, reasons);
+}
+
+void judge(CalibrationCheck& check, const std::vector<PairCheck>& pairs, const CalibrationPair& calibrations)
+{
+    check.verdict = CheckVerdict::Holds;
+    conclude(check, CheckVerdict::Foreign, findPairFaults(calibrations.left, calibrations.right));
+    if (!check.reasons.empty()) {
+        return;
+    }
+    const PairVerdicts verdicts = judgePairs(pairs);
+    conclude(check, CheckVerdict::Foreign, verdicts.foreign);
+    conclude(check, CheckVerdict::Unsynchronised, verdicts.unsynchronised);
+    if (check.verdict == CheckVerdict::Foreign) {
+        return;
+    }
+    const auto fit = fitDrift(verdicts.fitting, calibrations.right);
+    if (!fit) {
+        conclude(check,
+                 CheckVerdict::CannotTell,
+                 {{"too-few-matches",
+                   fmt::format("only {} points are found in both images, too few to judge: take images with more structure",
+                               check.rows.matched)}});
+        return;
+    }
+    check.drift = fit->all;
+    const SequenceVerdict sequence = judgeSequence(pairs, *fit);
+    conclude(check, CheckVerdict::Unsynchronised, sequence.unsynchronised);
+    conclude(check, CheckVerdict::Drifted, sequence.drifted);
+    const Notes drift = judgeDrift(check);
+    const bool isSpread = !drift.empty() && drift.front().code == "rows-differ";
+    conclude(check, isSpread ? CheckVerdict::Foreign : CheckVerdict::Drifted, drift);
+    if (check.board) {
+        conclude(check, CheckVerdict::Drifted, judgeBoard(*check.board));
+    }
+    if (check.verdict == CheckVerdict::Holds) {
+        conclude(check, CheckVerdict::CannotTell, judgeCertainty(fit->all, calibrations.right));
+    } else if (pairs.size() == 1 && check.verdict != CheckVerdict::CannotTell && !check.board) {
+        check.verdict = CheckVerdict::CannotTell;
+        conclude(check,
+                 CheckVerdict::CannotTell,
+                 {{"one-pair",
+                   "one pair alone does not tell whether the calibration is wrong or its two images were taken at "
+                   "different moments: take more pairs"}});
+    }
 }
 
 } // namespace
 
-PairCheck checkPair(const std::string& name, const ImagePair& pair, const CalibrationPair& calibrations)
+PairCheck checkPair(const std::string& name, const ImagePair& pair, const CalibrationPair& calibrations,
+                    const Board& board)
 {
     const DepthPipeline pipeline(makeRig(calibrations), DepthSettings{});
     const RawPair rectified = pipeline.rectify({pair.left.grey, pair.right.grey});
@@ -131,8 +230,15 @@ PairCheck checkPair(const std::string& name, const ImagePair& pair, const Calibr
         match.left *= scale;
         match.right *= scale;
     }
-    PairCheck check{name, summariseRows(features, findAtInfinity(calibrations)), {}};
+    PairCheck check;
+    check.name = name;
+    check.rows = summariseRows(features, findAtInfinity(calibrations));
     check.matches = std::move(features.matches);
+    if (!board.size.empty()) {
+        check.board = checkBoard(pair, board, calibrations);
+    }
+    check.leftThumbnail = makeThumbnail(pair.left.grey);
+    check.rightThumbnail = makeThumbnail(pair.right.grey);
     return check;
 }
 
@@ -143,22 +249,9 @@ CalibrationCheck judgeCalibration(const std::vector<PairCheck>& pairs, const Cal
     check.rows = summariseRows(all, findAtInfinity(calibrations));
     check.rms = findRms(all.matches, check.rows);
     check.regions = findRegions(all.matches, calibrations.left);
-    check.rotation = fitRotation(all.matches, calibrations.right);
     check.trend = findTrend(pairs);
-    check.reasons = findForeign(check, calibrations);
-    if (!check.reasons.empty()) {
-        check.verdict = CheckVerdict::Foreign;
-    } else if (isDrift(*check.rotation)) {
-        check.verdict = CheckVerdict::Drifted;
-        check.reasons.push_back(
-            {"drifted",
-             "rows are off by " + fmt::format("{:.2f}", check.rotation->explained) +
-                 " px rms, as if the right camera had turned (" + describeRotation(*check.rotation) +
-                 " degrees): 'stereovision check --correct' takes it into the calibration, or "
-                 "make a new one with 'stereovision calibrate'"});
-    } else {
-        check.verdict = CheckVerdict::Holds;
-    }
+    check.board = summarise(pairs);
+    judge(check, pairs, calibrations);
     return check;
 }
 

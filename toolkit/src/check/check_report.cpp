@@ -9,30 +9,36 @@ namespace vision::toolkit {
 
 namespace {
 
-constexpr const char* axes[] = {"pitch", "yaw", "roll"};
-
-double toDegrees(double radians)
+struct NamedTerm
 {
-    return radians * 180 / CV_PI;
-}
+    const char* name;
+    Estimate CameraDrift::*estimate;
+};
 
-Json listRotation(const Rotation& rotation)
+constexpr NamedTerm terms[] = {{"pitch", &CameraDrift::pitch},
+                               {"yaw", &CameraDrift::yaw},
+                               {"roll", &CameraDrift::roll},
+                               {"zoom", &CameraDrift::zoom}};
+
+Json listDrift(const CameraDrift& drift)
 {
     Json json;
-    for (int axis = 0; axis < 3; ++axis) {
-        json[axes[axis]] = toDegrees(rotation.angles[axis]);
-        json[std::string(axes[axis]) + "Uncertainty"] = toDegrees(rotation.uncertainty[axis]);
+    for (const auto& [name, estimate] : terms) {
+        json[name] = (drift.*estimate).value;
+        json[std::string(name) + "Uncertainty"] = (drift.*estimate).uncertainty;
     }
     return json;
 }
 
 Json listBoard(const BoardSummary& board)
 {
+    const auto known = [](const std::optional<double>& figure) { return figure ? Json(*figure) : Json(nullptr); };
     return {{"boards", board.boards},
             {"squareMean", board.squareMean},
             {"squareDeviation", board.squareDeviation},
-            {"planeRms", board.planeRms},
-            {"absoluteError", board.absoluteError},
+            {"squareUncertainty", board.squareUncertainty},
+            {"planeRms", known(board.planeRms)},
+            {"absoluteError", known(board.absoluteError)},
             {"fillRate", board.fillRate}};
 }
 
@@ -40,38 +46,50 @@ Json listBoard(const BoardSummary& board)
 
 std::string nameOf(CheckVerdict verdict)
 {
-    return verdict == CheckVerdict::Holds     ? "holds"
-           : verdict == CheckVerdict::Drifted ? "drifted"
-                                              : "foreign";
-}
-
-std::string describeRotation(const Rotation& rotation)
-{
-    std::string text;
-    for (int axis = 0; axis < 3; ++axis) {
-        text += std::string(axis == 0 ? "" : ", ") + axes[axis] + " " +
-                fmt::format("{:.3f}", toDegrees(rotation.angles[axis])) + " +- " +
-                fmt::format("{:.3f}", toDegrees(rotation.uncertainty[axis]));
+    switch (verdict) {
+    case CheckVerdict::Holds:
+        return "holds";
+    case CheckVerdict::Drifted:
+        return "drifted";
+    case CheckVerdict::Foreign:
+        return "foreign";
+    case CheckVerdict::Unsynchronised:
+        return "unsynchronised";
+    case CheckVerdict::CannotTell:
+        break;
     }
-    return text;
+    return "cannot-tell";
 }
 
-std::string toJson(const std::vector<PairCheck>& pairs, const CalibrationCheck& check,
-                   const std::optional<BoardSummary>& board)
+std::string describeDrift(const CameraDrift& drift)
+{
+    return fmt::format(
+        "pitch {:.3f} +- {:.3f}, yaw {:.3f} +- {:.3f}, roll {:.3f} +- {:.3f} degrees, zoom {:.2f} +- {:.2f} %",
+        drift.pitch.value,
+        drift.pitch.uncertainty,
+        drift.yaw.value,
+        drift.yaw.uncertainty,
+        drift.roll.value,
+        drift.roll.uncertainty,
+        drift.zoom.value,
+        drift.zoom.uncertainty);
+}
+
+std::string toJson(const std::vector<PairCheck>& pairs, const CalibrationCheck& check)
 {
     Json json;
     json["verdict"] = nameOf(check.verdict);
     json["reasons"] = listNotes(check.reasons);
     json["rowOffsetMedian"] = numberOrNull(check.rows.median);
     json["rowOffsetSpread"] = numberOrNull(check.rows.spread);
-    json["rowOffsetRms"] = check.rms;
+    json["rowOffsetRms"] = numberOrNull(check.rms);
     json["trend"] = numberOrNull(check.trend);
     json["regions"] = Json::array();
     for (const RegionOffset& region : check.regions) {
         json["regions"].push_back(numberOrNull(region.median));
     }
-    json["rotation"] = check.rotation ? listRotation(*check.rotation) : Json(nullptr);
-    json["board"] = board ? listBoard(*board) : Json(nullptr);
+    json["drift"] = check.drift ? listDrift(*check.drift) : Json(nullptr);
+    json["board"] = check.board ? listBoard(*check.board) : Json(nullptr);
     json["pairs"] = Json::array();
     for (const PairCheck& pair : pairs) {
         json["pairs"].push_back({{"name", pair.name},

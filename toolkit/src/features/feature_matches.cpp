@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/features/row_offsets.h>
 
+#include "features/correlation.h"
+#include "features/point_match.h"
+
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
@@ -48,16 +51,17 @@ struct Place
     double second; ///< best score elsewhere
 };
 
-/// Searches a patch of the left image in a part of the right one.
+/// Searches a patch in a part of the right image.
+/// @param origin of the patch in the left image
+/// @param offset where the target begins in the right image
 /// @return nothing when the best place is at the edge of the part, so that the true one may lie beyond
-std::optional<Place> search(const cv::Mat& left, const cv::Mat& right, const cv::Rect& patch,
-                            const cv::Rect& part)
+std::optional<Place> search(const cv::Mat& patch, const CorrelationTarget& target, const cv::Rect& part,
+                            const cv::Point& origin, const cv::Point& offset)
 {
-    if (part.width < patch.width + 2 || part.height < patch.height + 2) {
+    if (part.width < patch.cols + 2 || part.height < patch.rows + 2) {
         return std::nullopt;
     }
-    cv::Mat scores;
-    cv::matchTemplate(right(part), left(patch), scores, cv::TM_CCOEFF_NORMED);
+    cv::Mat scores = target.correlate(patch, part);
     Place place{};
     cv::Point peak;
     cv::minMaxLoc(scores, nullptr, &place.score, nullptr, &peak);
@@ -65,23 +69,36 @@ std::optional<Place> search(const cv::Mat& left, const cv::Mat& right, const cv:
         return std::nullopt;
     }
     const auto at = [&](int x, int y) { return scores.at<float>(peak.y + y, peak.x + x); };
-    place.shift = {part.x + peak.x - patch.x + interpolatePeak(at(-1, 0), at(0, 0), at(1, 0)),
-                   part.y + peak.y - patch.y + interpolatePeak(at(0, -1), at(0, 0), at(0, 1))};
+    const cv::Point found = offset + part.tl() + peak - origin;
+    place.shift = {found.x + interpolatePeak(at(-1, 0), at(0, 0), at(1, 0)),
+                   found.y + interpolatePeak(at(0, -1), at(0, 0), at(0, 1))};
     constexpr int samePeak = 2; // px
     scores(squareAround(peak, samePeak) & cv::Rect({0, 0}, scores.size())).setTo(-1);
     cv::minMaxLoc(scores, nullptr, &place.second);
     return place;
 }
 
-/// Finds the shift of a corner anywhere in the right image.
-std::optional<cv::Point2d> searchEverywhere(const cv::Mat& left, const cv::Mat& right,
-                                            const cv::Point& corner)
+/// Both images in falling sizes.
+struct Pyramids
+{
+    Pyramids(const cv::Mat& leftImage, const cv::Mat& rightImage)
+        : left(makePyramid(leftImage)), right(makePyramid(rightImage)), smallest(right.back())
+    {
+    }
+
+    std::vector<cv::Mat> left;
+    std::vector<cv::Mat> right;
+    CorrelationTarget smallest; ///< of the right images
+};
+
+/// Finds the place of a corner anywhere in the right image.
+std::optional<Place> searchEverywhere(const Pyramids& images, const cv::Point& corner)
 {
     constexpr int half = 5;
     constexpr double similar = 0.8;
-    constexpr double unique = 0.9;   // share of the best score that no other place may reach
     constexpr double farthest = 0.6; // of the width
     constexpr double highest = 0.03;
+    const cv::Mat& left = images.left.back();
     const cv::Rect patch = squareAround(corner, half);
     if (!isInside(patch, left)) {
         return std::nullopt;
@@ -89,11 +106,9 @@ std::optional<cv::Point2d> searchEverywhere(const cv::Mat& left, const cv::Mat& 
     const int reach = cvRound(farthest * left.cols);
     const int rows = std::max(cvRound(highest * left.cols), 2);
     const cv::Rect part(patch.x - reach, patch.y - rows, patch.width + 2 * reach, patch.height + 2 * rows);
-    const auto place = search(left, right, patch, part & cv::Rect({0, 0}, right.size()));
-    if (!place || place->score < similar || place->second > unique * place->score) {
-        return std::nullopt;
-    }
-    return place->shift;
+    const auto place = search(
+        left(patch), images.smallest, part & cv::Rect({0, 0}, images.smallest.size()), patch.tl(), {});
+    return place && place->score >= similar ? place : std::nullopt;
 }
 
 /// Improves a shift that is known to a pixel of half the size.
@@ -108,20 +123,32 @@ std::optional<cv::Point2d> refine(const cv::Mat& left, const cv::Mat& right, con
     if (!isInside(patch, left) || !isInside(part, right)) {
         return std::nullopt;
     }
-    const auto place = search(left, right, patch, part);
+    const auto place = search(left(patch),
+                              CorrelationTarget(right(part)),
+                              cv::Rect({0, 0}, part.size()),
+                              patch.tl(),
+                              part.tl());
     return place && place->score >= similar ? std::optional(place->shift) : std::nullopt;
 }
 
-/// The same place in an image twice as large; whole numbers are the centres of pixels.
+/// The same place in an image of another size; whole numbers are the centres of pixels.
 cv::Point2d enlarge(const cv::Point2d& point, const cv::Mat& from, const cv::Mat& to)
 {
     return {(point.x + 0.5) * to.cols / from.cols - 0.5, (point.y + 0.5) * to.rows / from.rows - 0.5};
 }
 
-std::optional<FeatureMatch> matchCorner(const std::vector<cv::Mat>& left, const std::vector<cv::Mat>& right,
-                                        const cv::Point& coarse)
+/// Whether no other place is nearly as good.
+bool isUnique(const Place& place)
 {
-    auto shift = searchEverywhere(left.back(), right.back(), coarse);
+    constexpr double most = 0.9; // share of the best score that another place may reach
+    return place.second <= most * place.score;
+}
+
+/// Follows a place from the smallest images to the largest.
+std::optional<FeatureMatch> refine(const Pyramids& images, const cv::Point& coarse, const Place& place)
+{
+    const auto& [left, right, smallest] = images;
+    std::optional<cv::Point2d> shift = place.shift;
     cv::Point corner = coarse;
     for (std::size_t above = left.size() - 1; shift && above > 0; --above) {
         const cv::Mat& smaller = left[above];
@@ -139,18 +166,31 @@ FeatureMatches matchFeatures(const cv::Mat& left, const cv::Mat& right, int most
 {
     constexpr double quality = 0.01;
     constexpr double distance = 4; // px
-    const auto leftPyramid = makePyramid(left);
-    const auto rightPyramid = makePyramid(right);
+    const Pyramids images(left, right);
     std::vector<cv::Point2f> corners;
-    cv::goodFeaturesToTrack(leftPyramid.back(), corners, most, quality, distance);
+    cv::goodFeaturesToTrack(images.left.back(), corners, most, quality, distance);
     FeatureMatches result;
     result.features = corners.size();
     for (const cv::Point2f& corner : corners) {
-        if (const auto match = matchCorner(leftPyramid, rightPyramid, corner)) {
+        const auto place = searchEverywhere(images, corner);
+        if (!place) {
+            continue;
+        }
+        if (!isUnique(*place)) {
+            ++result.ambiguous;
+        } else if (const auto match = refine(images, corner, *place)) {
             result.matches.push_back(*match);
         }
     }
     return result;
+}
+
+std::optional<FeatureMatch> matchPoint(const cv::Mat& left, const cv::Mat& right, const cv::Point2d& point)
+{
+    const Pyramids images(left, right);
+    const cv::Point coarse = enlarge(point, left, images.left.back());
+    const auto place = searchEverywhere(images, coarse);
+    return place && isUnique(*place) ? refine(images, coarse, *place) : std::nullopt;
 }
 
 } // namespace vision::toolkit

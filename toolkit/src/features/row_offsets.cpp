@@ -19,6 +19,7 @@ RowOffsets summariseRows(const FeatureMatches& features, double atInfinity)
     }
     RowOffsets rows{};
     rows.features = features.features;
+    rows.ambiguous = features.ambiguous;
     rows.matched = offsets.size();
     rows.behind = offsets.empty() ? 0 : static_cast<double>(behind) / static_cast<double>(offsets.size());
     const MedianAndSpread statistics = medianAndSpread(std::move(offsets));

@@ -27,14 +27,14 @@ struct FeatureMatches
 {
     std::vector<FeatureMatch> matches;
     std::size_t features = 0; ///< corners of the left image that were looked for in the right one
+    std::size_t ambiguous = 0; ///< of those, so many fit several places equally well, as in repeated patterns
 };
 
 /// Finds corners of the left image in the right one.
 ///
 /// Corners of a copy about 200 px wide are compared by normalised correlation with everything up to 60 % of
 /// the width away on either side and 3 % above and below; the best place counts if it is clearly better than
-/// all others, and is then refined from size to size to about a tenth of a pixel. That takes about 20 ms at
-/// 640x480.
+/// all others, and is then refined from size to size to about a tenth of a pixel.
 /// @param left,right roughly rectified, `CV_8UC1`, of the same size
 /// @param most corners that are looked for at most
 VISION_TOOLKIT_EXPORT FeatureMatches matchFeatures(const cv::Mat& left, const cv::Mat& right, int most = 250);
@@ -49,6 +49,7 @@ struct RowOffsets
     double spread = std::numeric_limits<double>::quiet_NaN();
     std::size_t matched = 0;
     std::size_t features = 0; ///< of those, so many were looked for
+    std::size_t ambiguous = 0; ///< of the latter, so many fit several places equally well
     double behind = 0;        ///< share of the matched ones that lie behind the cameras, as in swapped images
 };
 

@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+/// @file
+/// The limits of the verdicts on a calibration; docs/checking.md gives the reason for each.
+#ifndef VISION_TOOLKIT_SRC_CHECK_LIMITS_H
+#define VISION_TOOLKIT_SRC_CHECK_LIMITS_H
+
+namespace vision::toolkit::limits {
+
+inline constexpr double beyondDoubt = 4;         ///< standard deviations, from which on an alarm is given
+inline constexpr double mostExplained = 0.2;     ///< px rms that a movement may cause
+inline constexpr double mostResidual = 1.2;      ///< px, spread that no movement explains
+inline constexpr double mostZoom = 0.1;          ///< percent
+inline constexpr double mostSquareError = 0.01;  ///< share of the printed length
+inline constexpr double mostUncertainRows = 0.3; ///< px, three standard deviations
+inline constexpr double mostUncertainRoll = 0.3; ///< degrees, three standard deviations
+inline constexpr double mostChange = 0.3;        ///< px, of rows within a sequence
+inline constexpr double mostOfOnePair = 0.6;     ///< px, of the rows of a pair against the others
+inline constexpr double mostSpreadOfOnePair = 3; ///< times the spread of the others
+
+} // namespace vision::toolkit::limits
+
+#endif
