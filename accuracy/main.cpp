@@ -86,48 +86,34 @@ void printSteps(const Subjects& subjects)
     printRow("`Stereo`, SGBM, window 11", subjects, core, true);
     for (const auto& [algorithm, name] : algorithms) {
         MatcherSettings settings = makeSettings(algorithm);
-        settings.fullWidth = settings.leftRightCheck = false;
-        printRow(std::string(name) + ", range from the images", subjects, settings);
-        settings.fullWidth = true;
-        printRow(std::string(name) + ", and full width", subjects, settings);
-        settings.leftRightCheck = true;
-        printRow(std::string(name) + ", and both ways: **default**", subjects, settings);
+        printRow(std::string(name) + ", range from the images, both ways: **default**", subjects, settings);
         settings.dense = true;
         printRow(std::string(name) + ", and dense", subjects, settings);
     }
+    MatcherSettings trusting;
+    trusting.trust = Trust::High;
+    printRow("sgm, `--trust high`", subjects, trusting);
+    for (const double least : {0.5, 0.8, 0.95}) {
+        MatcherSettings confident;
+        confident.leastConfidence = least;
+        printRow(fmt::format("sgm, `--confidence {}`", least), subjects, confident);
+    }
 }
 
-void printWindows(const Subjects& subjects, const std::string& title, Algorithm last, int divisor = 1)
+void printWindows(const Subjects& subjects, const std::string& title, int divisor = 1)
 {
     constexpr int smallestBlock = 5; // of the core's matchers
     printHead(title, "");
     for (const auto& [algorithm, name] : algorithms) {
-        if (algorithm > last) {
+        if (algorithm == Algorithm::Sgm) {
             break;
         }
-        const bool isSgm = algorithm == Algorithm::Sgm;
-        for (int window = isSgm ? 3 : smallestBlock; window <= (isSgm ? 11 : 21); window += 2) {
+        for (int window = smallestBlock; window <= 21; window += 2) {
             MatcherSettings settings = makeSettings(algorithm);
             settings.window = window;
             printRow(
                 std::string(name) + ", window " + std::to_string(window), subjects, settings, false, divisor);
         }
-    }
-}
-
-void printPenalties(const Subjects& subjects)
-{
-    printHead("Penalties and uniqueness of sgm", "");
-    const int area = 25; // of the default window
-    for (const int factor : {16, 32, 64, 96}) {
-        MatcherSettings settings;
-        settings.p2 = factor * area;
-        printRow("P2 = " + std::to_string(factor) + " window²", subjects, settings);
-    }
-    for (const int uniqueness : {0, 2, 4, 8, 12}) {
-        MatcherSettings settings;
-        settings.uniqueness = uniqueness;
-        printRow("uniqueness " + std::to_string(uniqueness), subjects, settings);
     }
 }
 
@@ -193,14 +179,13 @@ int main(int argc, char** argv)
             Subject(loadAloe(folder)), Subject(loadBoards(folder)), Subject(computeScenes(folder))};
         printRanges(subjects);
         printSteps(subjects);
-        printWindows(subjects, "Windows", Algorithm::Sgm);
-        printPenalties(subjects);
+        printWindows(subjects, "Windows of the core's matchers");
         const Subjects half = shrinkAll(subjects, 2);
         const Subjects quarter = shrinkAll(subjects, 4);
         printSizes(subjects, half, quarter);
         printSizeEffects(subjects, half, quarter);
-        printWindows(half, "Windows of the core's matchers at half size", Algorithm::Sgbm, 2);
-        printWindows(quarter, "Windows of the core's matchers at quarter size", Algorithm::Sgbm, 4);
+        printWindows(half, "Windows of the core's matchers at half size", 2);
+        printWindows(quarter, "Windows of the core's matchers at quarter size", 4);
     } catch (const std::exception& error) {
         std::cerr << "accuracy: " << error.what() << "\n";
         return 1;

@@ -73,7 +73,7 @@ std::vector<SearchRange> findRanges(const TestSet& set)
     constexpr double atInfinity = 0;
     std::vector<DisparityRange> spans;
     for (const TestPair& pair : set.pairs) {
-        spans.push_back(findDisparityRange(pair.images, atInfinity).value());
+        spans.push_back(Matcher().findDisparityRange(pair.images, atInfinity).value());
     }
     if (set.isSequence) {
         std::vector<DisparityRange> samples;

@@ -73,20 +73,6 @@ TEST(Matcher, FindsEveryPixelThatTheOtherImageShows)
     }
 }
 
-TEST(Matcher, LeavesTheStripOfTheSearchBlankWithoutFullWidth)
-{
-    for (const Algorithm algorithm : algorithms) {
-        MatcherSettings settings = settingsFor(algorithm);
-        settings.fullWidth = false;
-        const Matches matches = match(plane({320, 120}, 20), {0, 64}, settings);
-        const cv::Mat searched = matches.unsearched == 0;
-        EXPECT_LT(shareOf(findMatched(matches).colRange(0, 40)), 0.02);
-        EXPECT_GT(shareOf(findMatched(matches).colRange(64, 270)), 0.97);
-        EXPECT_EQ(cv::countNonZero(findMatched(matches) & ~searched), 0);
-        EXPECT_LT(shareOf(searched.colRange(0, 40)), 0.02);
-    }
-}
-
 TEST(Matcher, BelievesOnlyWhatBothDirectionsSay)
 {
     // Beside the near square lies background that only the left image shows.
@@ -103,19 +89,13 @@ TEST(Matcher, BelievesOnlyWhatBothDirectionsSay)
         MatcherSettings settings = settingsFor(algorithm);
         settings.speckleWindow = 0;
         const Matches both = match(pair, {0, 64}, settings);
-        settings.leftRightCheck = false;
-        const Matches one = match(pair, {0, 64}, settings);
-        const auto countIn = [&hidden](const Matches& matches) {
-            return cv::countNonZero(findMatched(matches) & hidden);
-        };
-        EXPECT_LT(countIn(both), countIn(one));
-        EXPECT_LT(countIn(both), 0.2 * cv::countNonZero(hidden));
+        EXPECT_LT(cv::countNonZero(findMatched(both) & hidden), 0.2 * cv::countNonZero(hidden));
         EXPECT_NEAR(both.disparity.at<float>(100, 200), 40, 0.5);
         EXPECT_NEAR(both.disparity.at<float>(100, 300), 10, 0.5);
     }
 }
 
-TEST(Matcher, GivesTheSameWithAnyNumberOfThreadsAndOfWhateverSurroundsTheImages)
+TEST(Matcher, GivesTheSameOfWhateverSurroundsTheImages)
 {
     const RectifiedPair pair = plane({200, 90}, 17.5);
     const cv::Rect inside(90, 40, 200, 90);
@@ -128,6 +108,22 @@ TEST(Matcher, GivesTheSameWithAnyNumberOfThreadsAndOfWhateverSurroundsTheImages)
         const cv::Mat disparity = match(surrounded, {0, 48}, settingsFor(algorithm)).disparity;
         EXPECT_TRUE(areBitEqual(disparity, match(pair, {0, 48}, settingsFor(algorithm)).disparity));
     }
+}
+
+TEST(Matcher, LeavesOutWhatIsLessCertain)
+{
+    RectifiedPair pair = plane({320, 200}, 20);
+    cv::RNG random(3);
+    cv::Mat noise(pair.right.size(), CV_8UC1);
+    random.fill(noise, cv::RNG::UNIFORM, 0, 90);
+    pair.right += noise;
+    const Matches all = match(pair, {0, 64}, {});
+    MatcherSettings settings;
+    settings.leastConfidence = 0.8;
+    const Matches certain = match(pair, {0, 64}, settings);
+    EXPECT_EQ(cv::countNonZero(findMatched(certain) != (findMatched(all) & (all.confidence >= 0.8))), 0);
+    EXPECT_LT(shareOf(findMatched(certain)), shareOf(findMatched(all)));
+    EXPECT_EQ(cv::countNonZero(all.confidence > 0 & ~findMatched(all)), 0);
 }
 
 TEST(Matcher, FillsFromSmallerSizesOnDemand)
@@ -182,12 +178,13 @@ TEST(Matcher, TakesImagesOfAnySize)
     for (const cv::Size size : {cv::Size(1, 1), {1, 40}, {17, 3}, {34, 27}, {90, 12}}) {
         for (const SearchRange range : {SearchRange{0, 16}, {-20, 32}, {5, 80}, {200, 16}}) {
             for (const Algorithm algorithm : algorithms) {
-                for (const bool fullWidth : {true, false}) {
+                for (const bool isDense : {true, false}) {
                     MatcherSettings settings = settingsFor(algorithm);
-                    settings.window = 21;
+                    if (algorithm != Algorithm::Sgm) {
+                        settings.window = 21;
+                    }
                     settings.speckleWindow = 0;
-                    settings.dense = true;
-                    settings.fullWidth = fullWidth;
+                    settings.dense = isDense;
                     const RectifiedPair pair = plane(size, 6);
                     const Matches matches = match(pair, range, settings);
                     SCOPED_TRACE(testing::Message()
@@ -218,13 +215,12 @@ TEST(Matcher, NamesWhatItCannotUse)
                     testing::ThrowsMessage<Failure>(testing::HasSubstr(part)));
     };
     const std::pair<const char*, void (*)(MatcherSettings&)> rows[] = {
-        {"window 23", [](auto& s) { s.window = 23; }},
-        {"window 3", [](auto& s) { s.algorithm = Algorithm::Bm, s.window = 3; }},
-        {"p1 does nothing", [](auto& s) { s.algorithm = Algorithm::Sgbm, s.p1 = 1; }},
-        {"p1 (9) must be below p2 (9)", [](auto& s) { s.p1 = s.p2 = 9; }},
-        {"p2 10001", [](auto& s) { s.p2 = 10001; }},
-        {"texture threshold does nothing", [](auto& s) { s.textureThreshold = 9; }},
-        {"prefilter size 6", [](auto& s) { s.algorithm = Algorithm::Bm, s.preFilterSize = 6; }},
+        {"window: does nothing", [](auto& s) { s.window = 5; }},
+        {"window: 3", [](auto& s) { s.algorithm = Algorithm::Bm, s.window = 3; }},
+        {"trust or confidence", [](auto& s) { s.algorithm = Algorithm::Sgbm, s.trust = Trust::High; }},
+        {"confidence: nan", [](auto& s) { s.leastConfidence = NAN; }},
+        {"texture threshold: does nothing", [](auto& s) { s.textureThreshold = 9; }},
+        {"prefilter size: 6", [](auto& s) { s.algorithm = Algorithm::Bm, s.preFilterSize = 6; }},
     };
     for (const auto& [part, change] : rows) {
         MatcherSettings settings;
@@ -244,16 +240,17 @@ TEST(DisparityRange, HoldsWhatOccurs)
     for (const cv::Size size : {cv::Size(160, 120), {640, 200}, {1200, 300}}) {
         for (const double share : {-0.08, 0.0, 0.05, 0.3, 0.5}) { // of the width
             const double disparity = share * size.width;
-            const auto span = findDisparityRange(plane(size, disparity), -0.1 * size.width);
+            const auto span = Matcher().findDisparityRange(plane(size, disparity), -0.1 * size.width);
             ASSERT_TRUE(span) << size << share;
             EXPECT_LT(span->lowest, disparity - 1);
             EXPECT_GT(span->highest, disparity + 1);
             EXPECT_LT(span->highest - span->lowest, 0.16 * size.width + 20);
             EXPECT_EQ(span->width, size.width);
-            EXPECT_GE(findDisparityRange(plane(size, 0.05 * size.width), 0)->lowest, 0);
+            EXPECT_GE(Matcher().findDisparityRange(plane(size, 0.05 * size.width), 0)->lowest, 0);
         }
     }
-    EXPECT_TRUE(findDisparityRange(plane({3, 2}, 0), 0).value_or(DisparityRange{0, 0, 3}).width == 3);
+    EXPECT_TRUE(Matcher().findDisparityRange(plane({3, 2}, 0), 0).value_or(DisparityRange{0, 0, 3}).width ==
+                3);
 }
 
 TEST(DisparityRange, GivesTheRangeAtAnyWidth)

@@ -40,26 +40,11 @@ struct DepthOptions
 };
 
 /// What --params and --save-params read and write.
-const std::vector<std::string> parameters{"algorithm",
-                                          "window",
-                                          "p1",
-                                          "p2",
-                                          "uniqueness",
-                                          "speckle-window",
-                                          "speckle-range",
-                                          "prefilter-cap",
-                                          "prefilter-size",
-                                          "near",
-                                          "far",
-                                          "texture-threshold",
-                                          "max-depth",
-                                          "disparities",
-                                          "min-disparity",
-                                          "dense",
-                                          "plain",
-                                          "resize",
-                                          "write",
-                                          "range"};
+const std::vector<std::string> parameters{
+    "algorithm",     "window",        "trust",          "confidence", "uniqueness", "speckle-window",
+    "speckle-range", "prefilter-cap", "prefilter-size", "near",       "far",        "texture-threshold",
+    "max-depth",     "disparities",   "min-disparity",  "dense",      "plain",      "resize",
+    "write",         "range"};
 
 /// The size of the first image that can be read, for which numbers in px hold.
 cv::Size findImageSize(PairSequence& pairs)

@@ -25,25 +25,25 @@ struct IntegerParameter
 
 const IntegerParameter integerParameters[] = {
     {"--window",
-     "Edge length of the compared blocks, px: odd, 5 to 255; of sgm 1 to 21",
+     "bm, sgbm: edge length of the compared blocks, px: odd, 5 to 255; by default 17 and 13",
      &MatcherSettings::window},
-    {"--p1", "sgm: penalty of a disparity change of 1 between neighbours; 10 window^2", &MatcherSettings::p1},
-    {"--p2", "sgm: penalty of a larger change; 64 window^2", &MatcherSettings::p2},
     {"--uniqueness",
-     "Margin by which the best match must beat the others, percent: 0 to 100",
+     "bm, sgbm: margin by which the best match must beat the others, percent: 0 to 100; by default 3 and 2",
      &MatcherSettings::uniqueness},
     {"--speckle-window",
-     "Largest region removed as speckle, pixels: 0 (none) to 1000",
+     "Largest region removed as speckle, pixels: 0 (none) to 1000; by default 200",
      &MatcherSettings::speckleWindow},
     {"--speckle-range",
-     "Largest step of disparity inside one region, px: 0 to 31",
+     "bm, sgbm: largest step of disparity inside one region, px: 0 to 31; by default 8 and 2",
      &MatcherSettings::speckleRange},
-    {"--prefilter-cap", "Clipping value of prefiltered pixels: 1 to 63", &MatcherSettings::preFilterCap},
+    {"--prefilter-cap",
+     "bm, sgbm: clipping value of prefiltered pixels: 1 to 63; by default 31",
+     &MatcherSettings::preFilterCap},
     {"--prefilter-size",
-     "bm: edge length of the prefilter's window, px: odd, 5 to 255",
+     "bm: edge length of the prefilter's window, px: odd, 5 to 255; by default 25",
      &MatcherSettings::preFilterSize},
     {"--texture-threshold",
-     "bm: least texture of a block that is matched: 0 to 10000",
+     "bm: least texture of a block that is matched: 0 to 10000; by default 1",
      &MatcherSettings::textureThreshold},
 };
 
@@ -85,10 +85,31 @@ void addMatchingOptions(CLI::App& app, MatchingOptions& options)
            [&options, algorithms](const std::string& name) {
                options.settings.algorithm = algorithms.at(name);
            },
-           "bm: blocks, fast; sgbm: blocks with another cost; sgm: semi-global, the most accurate")
+           "sgm: semi-global, the most accurate and the fastest; bm: blocks, as vision::Stereo matches them; "
+           "sgbm: "
+           "blocks with another cost")
         ->check(CLI::IsMember(algorithms).description("bm, sgbm or sgm")) // the name stays for --save-params
         ->default_str("sgm")
         ->type_name("NAME")
+        ->group(group);
+    app.add_option_function<std::string>(
+           "--trust",
+           [&options](const std::string& name) {
+               options.settings.trust = name == "high" ? Trust::High : Trust::Usual;
+           },
+           "sgm: usual: both images agree; high: a second matching confirms it, half as many errors in twice "
+           "the time")
+        ->check(CLI::IsMember({"usual", "high"}).description("usual or high"))
+        ->default_str("usual")
+        ->type_name("NAME")
+        ->group(group);
+    takeNumber(app.add_option("--confidence",
+                              options.settings.leastConfidence,
+                              "sgm: leave out matches that are right with a smaller probability, 0 to 1"),
+               0,
+               1)
+        ->capture_default_str()
+        ->type_name("SHARE")
         ->group(group);
     CLI::Option* dense =
         app.add_flag("--dense",

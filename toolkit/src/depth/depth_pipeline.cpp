@@ -63,7 +63,7 @@ Severity DepthResult::severity() const
 }
 
 DepthPipeline::DepthPipeline(const Rig& rig, const DepthSettings& settings)
-    : _rig(rig), _settings(settings), _stereo(std::make_unique<vision::Stereo>())
+    : _rig(rig), _settings(settings), _stereo(std::make_unique<vision::Stereo>()), _matcher(settings.threads)
 {
     requireValid(settings.range, settings.maxDepth, rig);
     if (settings.plain) {
@@ -110,11 +110,10 @@ RectifiedPair DepthPipeline::makePair(const ImagePair& rectified) const
     return {rectified.left.grey, rectified.right.grey, _validAreas.left, _validAreas.right};
 }
 
-std::optional<DisparityRange> DepthPipeline::findDisparityRange(const cv::Mat& left,
-                                                                const cv::Mat& right) const
+std::optional<DisparityRange> DepthPipeline::findDisparityRange(const cv::Mat& left, const cv::Mat& right)
 {
     const ImagePair rectified = rectifyPair(toEightBits({left, right}));
-    return toolkit::findDisparityRange(makePair(rectified),
+    return _matcher.findDisparityRange(makePair(rectified),
                                        findLowestPossible(_rig, rectified.left.grey.cols));
 }
 
@@ -123,7 +122,7 @@ void DepthPipeline::lookForRange(const RectifiedPair& pair, bool widens)
     if (!needsDisparityRange() || _isRangeSet || (_range && !widens)) {
         return;
     }
-    const auto found = toolkit::findDisparityRange(pair, findLowestPossible(_rig, pair.left.cols));
+    const auto found = _matcher.findDisparityRange(pair, findLowestPossible(_rig, pair.left.cols));
     if (found) {
         _range = _range ? join({*_range, *found}) : found;
     }
@@ -164,9 +163,11 @@ DepthResult DepthPipeline::match(const ImagePair& rectified, bool isJudged)
     lookForRange(pair, isJudged);
     depth.range = chooseSearch(pair.left.cols, depth.notes);
     const double factor = static_cast<double>(pair.left.cols) / _rig.size.width;
-    const Matches matches = toolkit::match(pair, depth.range, scaleTo(_settings.matcher, factor));
+    Matches matches;
+    _matcher.match(pair, depth.range, scaleTo(_settings.matcher, factor), matches);
     depth.disparity = matches.disparity;
     depth.unsearched = matches.unsearched;
+    depth.confidence = matches.confidence;
     depth.levels = matches.levels;
     depth.scale = findDepthScale(_rig, pair.left.cols);
     addPoints(depth);

@@ -28,19 +28,12 @@ void scaleWindow(std::optional<int>& window, double factor, int smallest)
 
 MatcherSettings scaleTo(const MatcherSettings& settings, double factor)
 {
-    constexpr int smallestBlock = 5;  // that bm and sgbm take
-    constexpr int smallestWindow = 3; // of sgm: less finds no slanted surfaces
+    constexpr int smallestBlock = 5; // that bm and sgbm take
     MatcherSettings scaled = settings;
-    scaleWindow(scaled.window, factor, settings.algorithm == Algorithm::Sgm ? smallestWindow : smallestBlock);
+    scaleWindow(scaled.window, factor, smallestBlock);
     scaleWindow(scaled.preFilterSize, factor, smallestBlock);
     scale(scaled.speckleRange, factor);
     scale(scaled.speckleWindow, factor * factor);
-    if (scaled.window) {
-        // The penalties stand against costs summed up over the window.
-        const double area = std::pow(static_cast<double>(*scaled.window) / *settings.window, 2);
-        scale(scaled.p1, area);
-        scale(scaled.p2, area);
-    }
     return scaled;
 }
 

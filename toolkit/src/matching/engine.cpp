@@ -40,9 +40,6 @@ int blankRight(const SearchRange& range)
 Borders findBorders(const SearchRange& range, const MatcherSettings& settings)
 {
     const int half = *settings.window / 2 + 1;
-    if (!settings.fullWidth) {
-        return {half, half, half};
-    }
     return {blankLeft(range) + half, blankRight(range) + half, half};
 }
 
@@ -69,29 +66,6 @@ cv::Mat matchByCore(const cv::Mat& left, const cv::Mat& right, const SearchRange
         stereo.setStereoAlgorithm(vision::Stereo::SGBM);
     }
     return stereo.computeDisparity(left, right);
-}
-
-cv::Mat matchWithPenalties(const cv::Mat& left, const cv::Mat& right, const SearchRange& range,
-                           const MatcherSettings& settings)
-{
-    constexpr int largestLeftRightDifference = 1;
-    constexpr double pixelsPerUnit = 1.0 / 16;
-    const auto matcher = cv::StereoSGBM::create(range.minDisparity,
-                                                range.disparities,
-                                                *settings.window,
-                                                *settings.p1,
-                                                *settings.p2,
-                                                largestLeftRightDifference,
-                                                *settings.preFilterCap,
-                                                *settings.uniqueness,
-                                                *settings.speckleWindow,
-                                                *settings.speckleRange,
-                                                cv::StereoSGBM::MODE_SGBM_3WAY);
-    cv::Mat raw;
-    cv::Mat disparity;
-    matcher->compute(left, right, raw);
-    raw.convertTo(disparity, CV_32F, pixelsPerUnit);
-    return disparity;
 }
 
 cv::Mat extend(const cv::Mat& image, const Borders& borders)
@@ -121,20 +95,17 @@ cv::Mat matchOneWay(const cv::Mat& left, const cv::Mat& right, const SearchRange
     }
     const cv::Mat extendedLeft = extend(left, borders);
     const cv::Mat extendedRight = extend(right, borders);
-    const cv::Mat matched = settings.algorithm == Algorithm::Sgm
-                                ? matchWithPenalties(extendedLeft, extendedRight, range, settings)
-                                : matchByCore(extendedLeft, extendedRight, range, settings);
+    const cv::Mat matched = matchByCore(extendedLeft, extendedRight, range, settings);
     cv::Mat disparity = matched(cv::Rect({borders.left, borders.vertical}, left.size())).clone();
     disparity.setTo(infinity, disparity < range.minDisparity);
     return disparity;
 }
 
-cv::Mat findUnsearched(const cv::Size& size, const SearchRange& range, bool fullWidth)
+cv::Mat findUnsearched(const cv::Size& size, const SearchRange& range)
 {
-    // With the full width, a pixel can be searched when one disparity of the range leads into the other
-    // image.
-    const int first = fullWidth ? range.minDisparity : blankLeft(range);
-    const int behindLast = size.width + (fullWidth ? range.maxDisparity() : -blankRight(range));
+    // A pixel can be searched when one disparity of the range leads into the other image.
+    const int first = range.minDisparity;
+    const int behindLast = size.width + range.maxDisparity();
     cv::Mat unsearched(size, CV_8UC1, cv::Scalar::all(255));
     const cv::Range columns(std::clamp(first, 0, size.width), std::clamp(behindLast, 0, size.width));
     if (columns.start < columns.end) {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/// One run of one of the matchers.
+/// One run of one of the core's matchers.
 #ifndef VISION_TOOLKIT_SRC_MATCHING_ENGINE_H
 #define VISION_TOOLKIT_SRC_MATCHING_ENGINE_H
 
@@ -17,8 +17,8 @@ namespace vision::toolkit {
 cv::Mat matchOneWay(const cv::Mat& left, const cv::Mat& right, const SearchRange& range,
                     const MatcherSettings& settings);
 
-/// Where matchOneWay() cannot look for matches: `CV_8UC1`, 255 there, otherwise 0.
-cv::Mat findUnsearched(const cv::Size& size, const SearchRange& range, bool fullWidth);
+/// Where no match can be looked for: `CV_8UC1`, 255 there, otherwise 0.
+cv::Mat findUnsearched(const cv::Size& size, const SearchRange& range);
 
 } // namespace vision::toolkit
 

@@ -42,7 +42,7 @@ void dropContradicted(cv::Mat& disparity, const cv::Mat& confirmation)
 }
 
 /// Drops the matches of pixels around which the image does not change at all, such as black borders and
-/// clipped skies: there the semi-global matchers carry on whatever comes from the side.
+/// clipped skies: there any match is a guess.
 void dropFeatureless(cv::Mat& disparity, const cv::Mat& image)
 {
     constexpr int around = 17; // px
@@ -76,14 +76,12 @@ void dropOutside(cv::Mat& disparity, const RectifiedPair& pair)
     }
 }
 
-cv::Mat matchAtOneSize(const RectifiedPair& pair, const SearchRange& range, const MatcherSettings& settings)
+cv::Mat matchBlocks(const RectifiedPair& pair, const SearchRange& range, const MatcherSettings& settings)
 {
     cv::Mat disparity = matchOneWay(pair.left, pair.right, range, settings);
     dropOutside(disparity, pair);
     dropFeatureless(disparity, pair.left);
-    if (settings.leftRightCheck) {
-        dropContradicted(disparity, matchOneWay(mirror(pair.right), mirror(pair.left), range, settings));
-    }
+    dropContradicted(disparity, matchOneWay(mirror(pair.right), mirror(pair.left), range, settings));
     return disparity;
 }
 

@@ -7,10 +7,10 @@
 
 namespace vision::toolkit {
 
-/// Matches a pair at one size, both ways if so set, and drops what lies outside.
-/// @param settings complete
+/// Matches a pair with one of the core's matchers, both ways, and keeps what both say and what lies inside.
+/// @param settings complete, of bm or sgbm
 /// @return `CV_32FC1`, px; +infinity where nothing was matched
-cv::Mat matchAtOneSize(const RectifiedPair& pair, const SearchRange& range, const MatcherSettings& settings);
+cv::Mat matchBlocks(const RectifiedPair& pair, const SearchRange& range, const MatcherSettings& settings);
 
 /// Drops the matches of pixels and with pixels that show nothing or lie outside the image.
 void dropOutside(cv::Mat& disparity, const RectifiedPair& pair);

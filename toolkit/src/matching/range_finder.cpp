@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/matching/matcher.h>
 
-#include "matching/left_right_check.h"
+#include "matching/engines.h"
 #include "matching/pyramid.h"
 #include "matching/range_checks.h"
 
@@ -43,7 +43,7 @@ float takeRank(std::vector<float>& values, double share)
 
 } // namespace
 
-std::optional<DisparityRange> findDisparityRange(const RectifiedPair& pair, double lowestPossible)
+std::optional<DisparityRange> Matcher::findDisparityRange(const RectifiedPair& pair, double lowestPossible)
 {
     constexpr double searchedShare = 0.6; // of the width
     constexpr double fewestMatched =
@@ -59,8 +59,12 @@ std::optional<DisparityRange> findDisparityRange(const RectifiedPair& pair, doub
     settings.speckleWindow = 60; // so that a near thing counts if it is about 30 px wide at full size
     const double lowest = std::floor(lowestPossible / factor);
     const SearchRange range = coverDisparities(lowest, std::max(searchedShare * smaller.left.cols, lowest));
-    std::vector<float> matched =
-        collectMatched(matchAtOneSize(smaller, range, withDefaults(settings, smaller.left.cols)));
+    constexpr std::size_t smallest = 2; // of the sizes that are matched
+    cv::Mat disparity;
+    cv::Mat confidence;
+    _engines->match(
+        smaller, range, withDefaults(settings, smaller.left.cols), smallest, disparity, confidence);
+    std::vector<float> matched = collectMatched(disparity);
     if (static_cast<double>(matched.size()) < fewestMatched * static_cast<double>(smaller.left.total())) {
         return std::nullopt;
     }

@@ -32,7 +32,7 @@ std::optional<DisparityRange> findDisparityRange(PairSequence& pairs, const Dept
             std::optional<DisparityRange> span;
             try {
                 const RawPair raw = resize(read(), run.resize);
-                span = pipelines.with([&](const DepthPipeline& pipeline) {
+                span = pipelines.with([&](DepthPipeline& pipeline) {
                     return pipeline.findDisparityRange(raw.left, raw.right);
                 });
             } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
@@ -149,6 +149,12 @@ private:
     const bool _isSequence;
 };
 
+/// How many pairs are really processed at the same time; the other cores serve the matching of one pair.
+unsigned countWorkers(unsigned jobs, std::size_t pairs)
+{
+    return static_cast<unsigned>(std::clamp<std::size_t>(pairs, 1, std::max(jobs, 1U)));
+}
+
 bool areThere(const std::vector<std::string>& files, const OutputFolder& folder)
 {
     return std::all_of(files.begin(), files.end(), [&folder](const std::string& file) {
@@ -163,13 +169,17 @@ void runDepth(PairSequence& pairs, const DepthRun& run, const OutputFolder& fold
               const std::function<void(const PairReport&)>& tell)
 {
     requireDistinctNames(pairs);
-    Pool<DepthPipeline> pipelines([&run] { return std::make_unique<DepthPipeline>(run.rig, run.settings); });
+    const auto items = selectShard(pairs.size(), run.shard);
+    DepthSettings settings = run.settings;
+    settings.threads =
+        std::max(std::thread::hardware_concurrency() / countWorkers(run.jobs, items.size()), 1U);
+    Pool<DepthPipeline> pipelines([&] { return std::make_unique<DepthPipeline>(run.rig, settings); });
     std::optional<DisparityRange> span;
     if (pipelines.with([](const DepthPipeline& pipeline) { return pipeline.needsDisparityRange(); })) {
         span = findDisparityRange(pairs, run, pipelines);
     }
     const PairProcessor processor(run, folder, pipelines, span, pairs.size() > 1);
-    runInOrder(selectShard(pairs.size(), run.shard), run.jobs, [&](std::size_t pair) -> Work {
+    runInOrder(items, run.jobs, [&](std::size_t pair) -> Work {
         PairReport report;
         report.name = pairs.name(pair);
         report.images = pairs.images(pair);

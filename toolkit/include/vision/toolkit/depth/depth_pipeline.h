@@ -49,6 +49,9 @@ struct DepthSettings
     /// (from the given disparities and the largest depth), one way, over the width that they search.
     bool plain = false;
 
+    /// How many threads match one pair with sgm; the result is the same for any number.
+    unsigned threads = 1;
+
     /// Every so many pairs are judged, the first one among them, and looked at for a wider range; 0: none is.
     unsigned judgeEvery = 1;
 };
@@ -83,6 +86,7 @@ struct DepthResult
     cv::Mat rightGrey;   ///< of the same size
     cv::Mat disparity;   ///< `CV_32FC1`, px; +infinity where nothing was matched
     cv::Mat unsearched;  ///< `CV_8UC1`, 255 where no match could be looked for, otherwise 0
+    cv::Mat confidence;  ///< as Matches::confidence; of sgm only
     cv::Mat levels;      ///< as Matches::levels; empty unless dense
     cv::Mat points;      ///< `CV_32FC3`, (0, 0, 0) where none can be trusted; empty without calibrations
     SearchRange range{}; ///< what was searched
@@ -129,8 +133,7 @@ public:
     /// Finds the disparities that occur in a raw pair.
     /// @return nothing when too little of it matches
     /// @throws Failure when the images do not fit the rig
-    [[nodiscard]] std::optional<DisparityRange> findDisparityRange(const cv::Mat& left,
-                                                                   const cv::Mat& right) const;
+    [[nodiscard]] std::optional<DisparityRange> findDisparityRange(const cv::Mat& left, const cv::Mat& right);
 
     /// Sets what findDisparityRange() found, in one pair or joined from many, for all pairs that follow.
     /// @param range nothing: to be found again, in the next pair
@@ -165,6 +168,7 @@ private:
     std::size_t _pairs = 0;                  ///< computed so far
     std::unique_ptr<vision::Stereo> _stereo; // which itself cannot be moved
     mutable ValidAreas _validAreas;
+    Matcher _matcher;
 };
 
 } // namespace vision::toolkit
