@@ -47,14 +47,17 @@ TEST_F(Evaluate, RefusesToCompareWhatMeansNothing)
     cv::imwrite(path("truth.png"), cv::Mat_<unsigned char>({1, 2}, {10, 10}));
     cv::imwrite(path("found.tiff"), cv::Mat_<float>({1, 2}, {20, 20}));
     cv::imwrite(path("small.tiff"), cv::Mat_<float>({1, 1}, {20}));
+    cv::imwrite(path("big.tiff"), cv::Mat_<float>({1, 3}, {20, 20, 20}));
     const std::pair<const char*, const char*> rows[] = {
         {"found.tiff truth.png", "truth.png: has grey levels of 8 bits"},
-        {"found.tiff found.tiff --scale 2", "--scale is for images of 8 bits"},
+        {"found.tiff found.tiff --scale 2", "--scale: only images of 8 bits"},
         {"found.tiff truth.png --scale 0", "--scale"},
         {"small.tiff truth.png --scale 2", "small.tiff and truth.png: the disparity image is 1 x 1"},
         {"found.tiff truth.png --scale 2 --error-picture truth.png", "choose another --error-picture"},
         {"found.tiff truth.png --scale 2 --error-picture error.jpg", ".png"},
         {"found.tiff none.pfm", "none.pfm: cannot open"},
+        {"found.tiff /dev/zero", "/dev/zero: is a folder, a pipe or a device"},
+        {"big.tiff found.tiff", "big.tiff: is 3 x 1, larger than the 2 x 1"},
         {"found.tiff", "TRUTH"},
     };
     for (const auto& [arguments, complaint] : rows) {

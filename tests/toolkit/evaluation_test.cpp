@@ -136,4 +136,18 @@ TEST(Evaluation, MasksAreGreyAndLeaveSomething)
     }
 }
 
+TEST(Evaluation, NoticesOtherUnits)
+{
+    const Images images;
+    const cv::Mat depth = 300 / images.disparity;
+    const std::pair<cv::Mat, const char*> rows[] = {{images.disparity, ""},
+                                                    {4 * images.disparity, "units-differ"},
+                                                    {depth, "is-depth"},
+                                                    {images.truth.t(), ""}};
+    for (const auto& [values, code] : rows) {
+        const Notes notes = judgeUnits(values.reshape(1, images.truth.rows), images.truth, images.mask);
+        EXPECT_EQ(notes.empty() ? "" : notes.front().code, code);
+    }
+}
+
 } // namespace

@@ -1,8 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "input/file_names.h"
+#include "input/frame_times.h"
+#include "input/image_header.h"
+#include "input/number_mismatch.h"
 #include "support/scratch_folder.h"
 
 #include <vision/toolkit/failure.h>
+#include <vision/toolkit/files/text_file.h>
 #include <vision/toolkit/input/images.h>
 #include <vision/toolkit/input/pair_sequence.h>
 
@@ -13,6 +17,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sys/stat.h>
 
 using namespace vision::toolkit;
 using testing::ElementsAre;
@@ -39,6 +44,17 @@ protected:
         }
     }
 
+    std::string readFile(const std::string& name) const
+    {
+        std::ifstream stream(path(name), std::ios::binary);
+        return {std::istreambuf_iterator<char>(stream), {}};
+    }
+
+    void writeFile(const std::string& name, const std::string& bytes) const
+    {
+        std::ofstream(path(name), std::ios::binary) << bytes;
+    }
+
     template <typename Call>
     static std::string complaintOf(const Call& call)
     {
@@ -61,7 +77,7 @@ TEST_F(Input, NamesStandForImagesInNaturalOrder)
         std::ofstream(path(name)) << "x";
     }
     std::ofstream(path("list.txt")) << "# both\nd/l9.png \r\n\n/abs/x.png\n";
-    const auto expand = [this](const std::string& given) { return expandNames("--left", {path(given)}); };
+    const auto expand = [this](const std::string& given) { return expandNames({path(given)}); };
     EXPECT_THAT(expand("d"), ElementsAre(path("d/l9.png"), path("d/l10.png"), path("d/r1.JPG")));
     EXPECT_THAT(expand("d/l*.png"), ElementsAre(path("d/l9.png"), path("d/l10.png")));
     EXPECT_THAT(expand("d/l%02d.png"), ElementsAre(path("d/l9.png"), path("d/l10.png")));
@@ -120,8 +136,15 @@ TEST_F(Input, SaysWhatIsWrongWithPairs)
     writeImage("l.png", 10);
     writeImage("wide.png", 10, CV_8UC1, {41, 30});
     writeImage("float.tiff", 10, CV_32FC1);
+    writeImage("long.png", 10, CV_8UC1, {2, 32768});
+    writeImage("long2.png", 10, CV_8UC1, {2, 32768});
     writeVideo("l.avi", 5);
     writeVideo("short.avi", 4);
+    std::ofstream(path("list.m3u8.avi"))
+        << "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nl.avi\n#EXT-X-ENDLIST\n";
+    for (const char* pipe : {"pipe.avi", "pipe.txt", "pipe.png"}) { // which nobody ever writes to
+        ASSERT_EQ(mkfifo(path(pipe).c_str(), 0600), 0);
+    }
     std::ofstream(path("broken.avi")) << "no video";
     const auto read = [](const PairInput& input) { return openPairs(input)->take(0)(); };
     struct
@@ -130,16 +153,21 @@ TEST_F(Input, SaysWhatIsWrongWithPairs)
         bool isSideBySide;
         const char* complaint;
     } const rows[] = {
-        {{"l.png", "wide.png"}, {"l.png"}, false, "names 2 images and --right 1"},
+        {{"l.png", "wide.png"}, {"l.png"}, false, "2 images of the left camera and 1"},
         {{"l.png"}, {"l.png"}, false, "as left and as right"},
         {{"l.png"}, {"wide.png"}, false, "same size"},
         {{"float.tiff"}, {"l.png"}, false, "8 nor 16 bits"},
+        {{"long.png"}, {"long2.png"}, false, "long.png: is 2 x 32768"},
+        {{"list.m3u8.avi"}, {}, true, "it is none of AVI"},
+        {{"pipe.avi"}, {}, true, "a pipe or a device"},
+        {{"pipe.txt"}, {}, true, "a pipe or a device"},
+        {{"pipe.png"}, {}, true, "a pipe or a device"},
         {{"wide.png"}, {}, true, "two halves"},
-        {{"l.png"}, {"wide.png"}, true, "leave out --right"},
-        {{"l.avi"}, {"short.avi"}, false, "has 5 frames"},
+        {{"l.png"}, {"wide.png"}, true, "need no images of the right"},
+        {{"l.avi"}, {"short.avi"}, false, "have 5 and 4 frames"},
         {{"l.avi"}, {"l.png"}, false, "one video for each camera"},
         {{"broken.avi"}, {"l.avi"}, false, "cannot open the video"},
-        {{"none.avi"}, {"l.avi"}, false, "no such file"},
+        {{"none.avi"}, {"l.avi"}, false, "No such file"},
     };
     for (const auto& row : rows) {
         PairInput input{row.left, row.right, row.isSideBySide};
@@ -215,6 +243,127 @@ TEST_F(Input, IsConvertedToEightBitsAndNoted)
             codes.push_back(note.code);
         }
         EXPECT_EQ(codes, row.codes);
+    }
+}
+
+TEST_F(Input, DecodesJpegAsOpenCvDoesOrRefusesWhatIsDamaged)
+{
+    const std::string samples = STEREOVISION_IMAGE_DIR;
+    std::filesystem::copy(samples + "/left01.jpg", path("grey.jpg"));
+    const cv::Mat colour = cv::imread(samples + "/aloeL.jpg");
+    cv::imwrite(path("progressive.jpg"), colour, {cv::IMWRITE_JPEG_PROGRESSIVE, 1});
+    for (const std::string& file : {path("grey.jpg"), samples + "/aloeL.jpg", path("progressive.jpg")}) {
+        EXPECT_EQ(cv::norm(readImage(file), cv::imread(file, cv::IMREAD_UNCHANGED), cv::NORM_INF), 0);
+    }
+    const std::string whole = readFile("grey.jpg");
+    for (std::size_t at = 2000; at + 4096 < whole.size(); at += 1500) {
+        writeFile("gone.jpg", whole.substr(0, at) + whole.substr(at + 4096));
+        EXPECT_THAT(complaintOf([&] { return readImage(path("gone.jpg")); }),
+                    HasSubstr("gone.jpg: the image is damaged"))
+            << at;
+    }
+}
+
+TEST_F(Input, KnowsSizesBeforeDecoding)
+{
+    for (const char* name :
+         {"x.png", "x.jpg", "x.tiff", "x.bmp", "x.pgm", "x.ppm", "x.webp", "x.jp2", "x.ras"}) {
+        writeImage(name, 100, std::string(name) == "x.pgm" ? CV_8UC1 : CV_8UC3, {50, 40});
+        EXPECT_EQ(readImage(path(name), {1, {50, 40}}).size(), cv::Size(50, 40)) << name;
+        EXPECT_THAT(complaintOf([&] {
+                        return readImage(path(name), {1, {49, 40}});
+                    }),
+                    HasSubstr("is 50 x 40, larger than the 49 x 40"))
+            << name;
+        const std::string bytes = readFile(name);
+        for (std::size_t size = 0; size < bytes.size();
+             ++size) { // wherever it is cut off, it is read to its end
+            const auto header =
+                readImageHeader({bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(size)});
+            EXPECT_TRUE(!header || (header->width == 50 && header->height == 40)) << name << ' ' << size;
+        }
+    }
+    const std::pair<const char*, std::string> bombs[] = {{"x.png", std::string("\0\1\0\0\0\1\0\0", 8)},
+                                                         {"x.bmp", std::string("\0\0\1\0\0\0\1\0", 8)}};
+    for (const auto& [name, size] : bombs) { // 65536 x 65536
+        std::string bytes = readFile(name);
+        bytes.replace(std::string(name) == "x.png" ? 16 : 18, 8, size);
+        writeFile(name, bytes);
+        EXPECT_THAT(complaintOf([&, file = path(name)] { return readImage(file); }),
+                    HasSubstr("4295.0 megapixels"));
+    }
+    writeFile("p.pgm", "P5 #\n70000 # wide\n 50000\n65535\nxx");
+    EXPECT_THAT(complaintOf([&] { return readImage(path("p.pgm")); }), HasSubstr("3500.0 megapixels"));
+}
+
+TEST_F(Input, OneBitDepthHoldsForASequence)
+{
+    PairInput input;
+    const int brightest[] = {900, 4000, 200, 60000};
+    for (int pair = 0; pair < 4; ++pair) {
+        for (auto* const side : {&input.left, &input.right}) {
+            side->push_back((side == &input.left ? "l" : "r") + std::to_string(pair) + ".png");
+            writeImage(side->back(), brightest[pair], CV_16UC1);
+            side->back() = path(side->back());
+        }
+    }
+    const auto read = [&](std::size_t pair) { return toEightBits(openPairs(input)->take(pair)()); };
+    EXPECT_EQ(read(0).left.grey.at<unsigned char>(0), 4); // of 16 bits, because of the last pair
+    input.bits = 12;
+    EXPECT_EQ(read(0).left.grey.at<unsigned char>(0), 56);
+    EXPECT_EQ(read(2).left.grey.at<unsigned char>(0), 12);
+    const ImagePair beyond = read(3);
+    EXPECT_EQ(beyond.left.grey.at<unsigned char>(0), 255);
+    EXPECT_EQ(beyond.notes.back().code, "beyond-bit-depth");
+}
+
+TEST_F(Input, VideosThatLackFramesAreRefused)
+{
+    writeVideo("2026-11-21T12:00:00.avi", 20, 12);
+    const std::string whole = readFile("2026-11-21T12:00:00.avi");
+    const auto open = [this](const std::string& file) { return openPairs({{path(file)}, {}, true})->size(); };
+    EXPECT_EQ(open("2026-11-21T12:00:00.avi"), 20U); // not a protocol
+    const std::size_t at = whole.size() * 3 / 4;
+    for (const std::string& damaged :
+         {whole.substr(0, at), std::string(whole).replace(at, 1000, 1000, '\0')}) {
+        writeFile("damaged.avi", damaged);
+        EXPECT_THAT(complaintOf([&] { return open("damaged.avi"); }),
+                    HasSubstr("of 20 frames can be decoded"));
+    }
+    constexpr std::size_t none = noFrame;
+    EXPECT_THAT(numberFrames({0, 40, 80, 120, 0, 0}),
+                ElementsAre(0, 1, 2, 3, 4, 5)); // times of the last are unknown
+    EXPECT_THAT(numberFrames({10, 50, 90, 210, 250}), ElementsAre(0, 1, 2, none, none, 3, 4));
+    EXPECT_THAT(numberFrames({0, 40, 97, 120}), ElementsAre(0, 1, 2, 3)); // not regular
+    EXPECT_TRUE(isShort({0, 40, 80}, 3, {true, 4, 25}));
+    EXPECT_FALSE(isShort({0, 40, 80, 160}, 5, {true, 5, 25})); // a gap tells which one is missing
+    EXPECT_TRUE(isShort({0, 40, 80}, 3, {false, 20, 25}));
+    EXPECT_FALSE(isShort({0, 40, 80}, 3, {false, 5, 25})); // sound may last longer
+    EXPECT_FALSE(isShort({0, 40, 80}, 3, {false, -9e18, 25}));
+}
+
+TEST_F(Input, NumbersThatDisagreeAreNoted)
+{
+    const std::pair<std::vector<PairNames>, std::size_t> rows[] = {
+        {{{"l0003.png", "r0003.png"}, {"l4.png", "r0004.png"}}, 0},
+        {{{"l1.png", "r1.png"}, {"l2.png", "r3.png"}, {"l3.png", "r4.png"}}, 1},
+        {{{"IMG_1234.png", "IMG_5678.png"}, {"left.png", "right.png"}}, 0}, // each camera counts on its own
+    };
+    for (const auto& [pairs, notes] : rows) {
+        EXPECT_EQ(findNumberMismatch(pairs).size(), notes) << pairs.front().left;
+    }
+}
+
+TEST_F(Input, TextsAreReadWholeOrNotAtAll)
+{
+    writeFile("text", std::string(100, 'x'));
+    EXPECT_EQ(readTextFile(path("text"), 100).size(), 100U);
+    const std::pair<std::string, const char*> rows[] = {{path("text"), "has 100 bytes"},
+                                                        {path("none"), "cannot open"},
+                                                        {"/dev/zero", "a device"},
+                                                        {path(""), "a folder"}};
+    for (const auto& [file, complaint] : rows) {
+        EXPECT_THAT(complaintOf([&, name = file] { return readTextFile(name, 99); }), HasSubstr(complaint));
     }
 }
 

@@ -52,8 +52,10 @@ Images readImages(const EvaluateOptions& options)
     limits.size = truth.disparity.size();
     const DisparityFile disparity = readDisparity(options.disparity, options.scale, limits);
     if (options.scale && !disparity.hasLevels && !truth.hasLevels) {
-        throw Failure("--scale is for images of 8 bits, and neither " + options.disparity + " nor " +
-                      options.truth + " is one: leave it out");
+        throw Failure("scale-unused",
+                      "--scale",
+                      "only images of 8 bits have a scale, and neither " + options.disparity + " nor " +
+                          options.truth + " is one: leave it out");
     }
     return {disparity.disparity,
             truth.disparity,
@@ -78,8 +80,9 @@ public:
           _folder(file.has_parent_path() ? file.parent_path() : ".", mayOverwrite, pictureOption)
     {
         if (file.extension() != ".png") {
-            throw Failure(std::string(pictureOption) + " " + file.string() +
-                          ": is written as PNG, so its name must end in .png");
+            throw Failure("picture-name",
+                          std::string(pictureOption) + " " + file.string(),
+                          "is written as PNG, so its name must end in .png");
         }
         _folder.requireFree(_name);
     }

@@ -75,7 +75,7 @@ void requireWithin(const ImageLimits& limits, const cv::Size& size, double pixel
         throw Failure("image-larger-than-expected",
                       name,
                       "is " + formatSize(size) + ", larger than the " + formatSize(limits.size) +
-                          " that what it belongs to allows");
+                          " of the calibration or truth that it belongs to; is it the right file?");
     }
 }
 
