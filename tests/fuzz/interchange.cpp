@@ -35,7 +35,7 @@ std::string write(const std::string& name, std::string_view text)
 /// What was accepted can be used.
 void use(const CalibrationPair& pair)
 {
-    for (const Calibration* camera : {&pair.left, &pair.right}) {
+    for (const vision::Calibration* camera : {&pair.left, &pair.right}) {
         (void)describeCamera(*camera);
         (void)findDoubts(*camera);
     }

@@ -11,11 +11,16 @@
 
 namespace tool {
 
+namespace {
+
+constexpr int mostJobs = 1024;
+constexpr int mostShards = 1'000'000;
+
+} // namespace
+
 void addRunOptions(CLI::App& app, RunOptions& options)
 {
     constexpr const char* group = "Sequences";
-    constexpr int mostJobs = 1024;
-    constexpr int mostShards = 1'000'000;
     options.jobs = std::clamp(std::thread::hardware_concurrency(), 1U, unsigned{mostJobs});
     takeWhole(app.add_option("--jobs",
                              options.jobs,
