@@ -25,7 +25,7 @@ struct FeatureMatch
 struct FeatureMatches
 {
     std::vector<FeatureMatch> matches;
-    std::size_t features = 0; ///< corners of the left image that were looked for in the right one
+    std::size_t features = 0;  ///< corners of the left image that were looked for in the right one
     std::size_t ambiguous = 0; ///< of those, so many fit several places equally well, as in repeated patterns
 };
 
@@ -49,7 +49,7 @@ struct RowOffsets
     std::size_t matched;
     std::size_t features;  ///< of those, so many were looked for
     std::size_t ambiguous; ///< of the latter, so many fit several places equally well
-    double behind;        ///< share of the matched ones that lie behind the cameras, as in swapped images
+    double behind;         ///< share of the matched ones that lie behind the cameras, as in swapped images
 };
 
 /// @param atInfinity disparity of points at infinity, px
