@@ -33,7 +33,7 @@ struct CheckOptions
     Board board; ///< of no size unless one is looked for
     bool json = false;
     bool correct = false;
-    std::optional<double> distance;  ///< of the point, m
+    std::optional<double> distance;   ///< of the point, m
     std::optional<cv::Point2d> point; ///< in the left image of the first pair, px
     OutputOptions output;
 };
@@ -154,9 +154,10 @@ void requireValid(const CheckOptions& options)
                       "needs --output, the folder for the corrected calibration, and the other way round");
     }
     if (options.point.has_value() != options.distance.has_value() || (options.point && !options.correct)) {
-        throw Failure("usage",
-                      "--distance",
-                      "needs --point, where in the left image of the first pair that distance is, and --correct");
+        throw Failure(
+            "usage",
+            "--distance",
+            "needs --point, where in the left image of the first pair that distance is, and --correct");
     }
     if (!options.board.size.empty()) {
         if (!(options.board.spacing > 0)) {
@@ -228,7 +229,8 @@ Command addCheck(CLI::App& program)
     app->get_option("--output")->required(false);
     app->footer(
         "Ten pairs and more, with structure in all parts of the image, tell most. Exit code 0 when the "
-        "calibration\nholds, 1 when it has drifted, does not belong to the images, or nothing can be told.\n\n"
+        "calibration\nholds, 1 when it has drifted, does not belong to the images, or nothing can be "
+        "told.\n\n"
         "Example: stereovision check --left-calibration left.yml --right-calibration right.yml --left "
         "'left*.jpg' --right 'right*.jpg'");
     return {app, [options](Console& console) { return runCheck(*options, console); }};

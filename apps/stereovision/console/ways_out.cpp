@@ -53,10 +53,20 @@ const std::map<std::string, std::string>& waysOut()
 
         // features
         {"images-swapped", "exchange --left and --right"},
+        {"rows-differ", "'stereovision check' tells more, 'stereovision calibrate' makes a new calibration"},
+        {"not-rectified", "give the calibration of both cameras instead of --rectified"},
+        {"range-ends-too-early", "give a smaller --near or more --disparities"},
+        {"range-starts-too-late", "give a larger --far or a smaller --min-disparity"},
 
         // board and calibration
 
         // check
+        {"drifted",
+         "--correct with --output takes it into the calibration, 'stereovision calibrate' makes a new one"},
+        {"scale-changed", "'stereovision calibrate' makes a new calibration"},
+        {"square-differs", "check --square; 'stereovision calibrate' makes a new calibration"},
+        {"correction-does-not-help", "'stereovision calibrate' makes a new calibration"},
+        {"point-not-found", "give another --point"},
 
         // evaluation
         {"levels-without-scale", "--scale tells it"},

@@ -119,7 +119,8 @@ std::vector<cv::Vec3d> dropOutliers(std::vector<cv::Vec3d> points, const Plane& 
 }
 
 /// The points of the depth image within the outline of the board.
-std::vector<cv::Vec3d> listPoints(const DepthResult& depth, const std::vector<cv::Point2f>& corners, double& fillRate)
+std::vector<cv::Vec3d> listPoints(const DepthResult& depth, const std::vector<cv::Point2f>& corners,
+                                  double& fillRate)
 {
     std::vector<cv::Point2f> hull;
     cv::convexHull(corners, hull);
@@ -158,7 +159,8 @@ void measureDepth(const DepthResult& depth, const std::vector<cv::Point2f>& corn
 }
 
 /// The median of those that are known.
-std::optional<double> medianOfKnown(const std::vector<BoardCheck>& boards, std::optional<double> BoardCheck::*figure)
+std::optional<double> medianOfKnown(const std::vector<BoardCheck>& boards,
+                                    std::optional<double> BoardCheck::*figure)
 {
     std::vector<double> values;
     for (const BoardCheck& board : boards) {

@@ -120,17 +120,20 @@ Notes judgeDrift(const CalibrationCheck& check)
     }
     const bool isZoom = drift.zoom.isSignificant() && std::abs(drift.zoom.value) > limits::mostZoom;
     reasons.push_back(
-        isZoom ? Note("scale-changed",
-                      Severity::Wrong,
-                      fmt::format("the right image has become {:.2f} +- {:.2f} % larger against the left one, as when a "
-                                  "lens is zoomed or focused anew: rows and all distances are wrong, and only a new calibration mends it",
-                                  drift.zoom.value,
-                                  drift.zoom.uncertainty))
-               : Note("drifted",
-                      Severity::Wrong,
-                      fmt::format("rows are off by {:.2f} px rms, as if the right camera had turned ({})",
-                                  drift.explained,
-                                  describeDrift(drift))));
+        isZoom
+            ? Note("scale-changed",
+                   Severity::Wrong,
+                   fmt::format(
+                       "the right image has become {:.2f} +- {:.2f} % larger against the left one, as when a "
+                       "lens is zoomed or focused anew: rows and all distances are wrong, and only a new "
+                       "calibration mends it",
+                       drift.zoom.value,
+                       drift.zoom.uncertainty))
+            : Note("drifted",
+                   Severity::Wrong,
+                   fmt::format("rows are off by {:.2f} px rms, as if the right camera had turned ({})",
+                               drift.explained,
+                               describeDrift(drift))));
     return reasons;
 }
 
@@ -142,7 +145,8 @@ Notes judgeBoard(const BoardSummary& board)
     }
     return {{"square-differs",
              Severity::Wrong,
-             fmt::format("squares of the board come out {:.2f} +- {:.2f} % too {}: distances are wrong by as much, or the "
+             fmt::format("squares of the board come out {:.2f} +- {:.2f} % too {}: distances are wrong by as "
+                         "much, or the "
                          "board's squares are not of the given size",
                          100 * std::abs(error),
                          100 * board.squareUncertainty,
@@ -159,10 +163,11 @@ Notes judgeCertainty(const CameraDrift& drift, const Calibration& right)
         return {};
     }
     return {{"uncertain",
-             fmt::format("what is found in both images leaves rows uncertain by {:.2f} px and roll by {:.2f} degrees "
-                         "(three standard deviations): take more pairs, with structure in all parts of the image",
-                         rows,
-                         roll)}};
+             fmt::format(
+                 "what is found in both images leaves rows uncertain by {:.2f} px and roll by {:.2f} degrees "
+                 "(three standard deviations): take more pairs, with structure in all parts of the image",
+                 rows,
+                 roll)}};
 }
 
 void conclude(CalibrationCheck& check, CheckVerdict verdict, const Notes& reasons)
@@ -173,6 +178,14 @@ void conclude(CalibrationCheck& check, CheckVerdict verdict, const Notes& reason
     append(check.reasons, reasons);
 }
 
+/// Whether the few points that are found lie on the same rows, which those matched by chance do not.
+bool rowsCorrespond(const RowOffsets& rows)
+{
+    constexpr std::size_t fewest = 20;
+    return rows.matched >= fewest && rows.spread < limits::mostResidual &&
+           std::abs(rows.median) < limits::mostResidual;
+}
+
 void judge(CalibrationCheck& check, const std::vector<PairCheck>& pairs, const CalibrationPair& calibrations)
 {
     check.verdict = CheckVerdict::Holds;
@@ -180,7 +193,16 @@ void judge(CalibrationCheck& check, const std::vector<PairCheck>& pairs, const C
     if (!check.reasons.empty()) {
         return;
     }
-    const PairVerdicts verdicts = judgePairs(pairs);
+    PairVerdicts verdicts = judgePairs(pairs);
+    if (!verdicts.foreign.empty() && verdicts.foreign.front().code == "images-do-not-correspond" &&
+        rowsCorrespond(check.rows)) {
+        verdicts.foreign.clear();
+        verdicts.unsynchronised.push_back(
+            {"pairs-do-not-correspond",
+             Severity::Wrong,
+             "most pairs do not show the same scene at the same moment; what little "
+             "is found in both images lies on the same rows, so the calibration is theirs"});
+    }
     conclude(check, CheckVerdict::Foreign, verdicts.foreign);
     conclude(check, CheckVerdict::Unsynchronised, verdicts.unsynchronised);
     if (check.verdict == CheckVerdict::Foreign) {
@@ -191,7 +213,8 @@ void judge(CalibrationCheck& check, const std::vector<PairCheck>& pairs, const C
         conclude(check,
                  CheckVerdict::CannotTell,
                  {{"too-few-matches",
-                   fmt::format("only {} points are found in both images, too few to judge: take images with more structure",
+                   fmt::format("only {} points are found in both images, too few to judge: take images with "
+                               "more structure",
                                check.rows.matched)}});
         return;
     }
@@ -209,11 +232,12 @@ void judge(CalibrationCheck& check, const std::vector<PairCheck>& pairs, const C
         conclude(check, CheckVerdict::CannotTell, judgeCertainty(fit->all, calibrations.right));
     } else if (pairs.size() == 1 && check.verdict != CheckVerdict::CannotTell && !check.board) {
         check.verdict = CheckVerdict::CannotTell;
-        conclude(check,
-                 CheckVerdict::CannotTell,
-                 {{"one-pair",
-                   "one pair alone does not tell whether the calibration is wrong or its two images were taken at "
-                   "different moments: take more pairs"}});
+        conclude(
+            check,
+            CheckVerdict::CannotTell,
+            {{"one-pair",
+              "one pair alone does not tell whether the calibration is wrong or its two images were taken at "
+              "different moments: take more pairs"}});
     }
 }
 

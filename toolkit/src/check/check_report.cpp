@@ -32,7 +32,9 @@ Json listDrift(const CameraDrift& drift)
 
 Json listBoard(const BoardSummary& board)
 {
-    const auto known = [](const std::optional<double>& figure) { return figure ? Json(*figure) : Json(nullptr); };
+    const auto known = [](const std::optional<double>& figure) {
+        return figure ? Json(*figure) : Json(nullptr);
+    };
     return {{"boards", board.boards},
             {"squareMean", board.squareMean},
             {"squareDeviation", board.squareDeviation},
@@ -63,16 +65,16 @@ std::string nameOf(CheckVerdict verdict)
 
 std::string describeDrift(const CameraDrift& drift)
 {
-    return fmt::format(
-        "pitch {:.3f} +- {:.3f}, yaw {:.3f} +- {:.3f}, roll {:.3f} +- {:.3f} degrees, zoom {:.2f} +- {:.2f} %",
-        drift.pitch.value,
-        drift.pitch.uncertainty,
-        drift.yaw.value,
-        drift.yaw.uncertainty,
-        drift.roll.value,
-        drift.roll.uncertainty,
-        drift.zoom.value,
-        drift.zoom.uncertainty);
+    return fmt::format("pitch {:.3f} +- {:.3f}, yaw {:.3f} +- {:.3f}, roll {:.3f} +- {:.3f} degrees, zoom "
+                       "{:.2f} +- {:.2f} %",
+                       drift.pitch.value,
+                       drift.pitch.uncertainty,
+                       drift.yaw.value,
+                       drift.yaw.uncertainty,
+                       drift.roll.value,
+                       drift.roll.uncertainty,
+                       drift.zoom.value,
+                       drift.zoom.uncertainty);
 }
 
 std::string toJson(const std::vector<PairCheck>& pairs, const CalibrationCheck& check)

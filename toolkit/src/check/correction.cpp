@@ -40,7 +40,8 @@ cv::Vec3d anglesOf(const CameraDrift& drift)
 }
 
 /// Tries on the pairs between what every other pair says.
-void holdBack(const std::vector<PairCheck>& pairs, const CalibrationPair& calibrations, Correction& correction)
+void holdBack(const std::vector<PairCheck>& pairs, const CalibrationPair& calibrations,
+              Correction& correction)
 {
     MatchesOfPairs fitted;
     Matches heldBack;
@@ -60,10 +61,11 @@ void holdBack(const std::vector<PairCheck>& pairs, const CalibrationPair& calibr
     correction.after = after.median;
     const double noise = 3 * before.spread / std::sqrt(static_cast<double>(heldBack.size()));
     if (!(correction.after + noise < correction.before)) {
-        throw Failure("correction-does-not-help",
-                      {},
-                      "the pairs that were held back do not get clearly better, so nothing is corrected; make a new "
-                      "calibration");
+        throw Failure(
+            "correction-does-not-help",
+            {},
+            "the pairs that were held back do not get clearly better, so nothing is corrected; make a new "
+            "calibration");
     }
 }
 
@@ -95,7 +97,8 @@ double measure(const BoardCheck& board, const cv::Vec3d& angles, const Triangula
     return cv::mean(measureEdges(edges, triangulate))[0];
 }
 
-std::vector<Evidence> listEvidence(const std::vector<PairCheck>& pairs, const std::optional<KnownDistance>& known,
+std::vector<Evidence> listEvidence(const std::vector<PairCheck>& pairs,
+                                   const std::optional<KnownDistance>& known,
                                    const CalibrationPair& calibrations, const cv::Vec3d& angles)
 {
     constexpr double small = 0.01; // degrees
@@ -139,10 +142,11 @@ Estimate fitYaw(const std::vector<Evidence>& evidence)
         ofScale += std::pow((1 - ratio - sum / count) / accuracy, 2);
     }
     if (ofYaw > ofScale + clearly) {
-        throw Failure("scale-changed",
-                      {},
-                      "distances are wrong by the same share near and far, as when the cameras' distance or a lens has "
-                      "changed, or the given size is wrong; check that size, or make a new calibration");
+        throw Failure(
+            "scale-changed",
+            {},
+            "distances are wrong by the same share near and far, as when the cameras' distance or a lens has "
+            "changed, or the given size is wrong; check that size, or make a new calibration");
     }
     const double spread = accuracy * std::sqrt(std::max(1.0, ofYaw / std::max(count - 1, 1.0)));
     return {yaw, spread / std::sqrt(slopes)};
@@ -152,32 +156,36 @@ void requireOneDrift(const std::vector<PairCheck>& pairs, const CalibrationCheck
 {
     constexpr std::size_t fewest = 2;
     if (pairs.size() < fewest) {
-        throw Failure("too-few-pairs",
-                      {},
-                      "a correction needs two pairs and more, as it is tried on pairs that it was not found in");
+        throw Failure(
+            "too-few-pairs",
+            {},
+            "a correction needs two pairs and more, as it is tried on pairs that it was not found in");
     }
     for (const Note& reason : check.reasons) {
         if (reason.code == "scale-changed") {
-            throw Failure("scale-changed",
-                          {},
-                          "a change of scale cannot be corrected, as rows do not tell which camera it is and what else "
-                          "has changed; make a new calibration");
+            throw Failure(
+                "scale-changed",
+                {},
+                "a change of scale cannot be corrected, as rows do not tell which camera it is and what else "
+                "has changed; make a new calibration");
         }
         if (reason.code == "rows-change") {
-            throw Failure("not-one-drift", {}, "rows change within the sequence, so no one correction fits all of it");
+            throw Failure(
+                "not-one-drift", {}, "rows change within the sequence, so no one correction fits all of it");
         }
     }
     if (check.verdict != CheckVerdict::Holds && check.verdict != CheckVerdict::Drifted) {
-        throw Failure("not-one-drift",
-                      {},
-                      "only a calibration that has drifted can be corrected, and these pairs do not show that");
+        throw Failure(
+            "not-one-drift",
+            {},
+            "only a calibration that has drifted can be corrected, and these pairs do not show that");
     }
 }
 
 } // namespace
 
-KnownDistance findKnownDistance(const ImagePair& pair, const CalibrationPair& calibrations, const cv::Point2d& point,
-                                double distance)
+KnownDistance findKnownDistance(const ImagePair& pair, const CalibrationPair& calibrations,
+                                const cv::Point2d& point, double distance)
 {
     const RawPair rectified =
         DepthPipeline(makeRig(calibrations), DepthSettings{}).rectify({pair.left.grey, pair.right.grey});
@@ -188,9 +196,10 @@ KnownDistance findKnownDistance(const ImagePair& pair, const CalibrationPair& ca
         points, points, left.cameraMatrix, left.distortion, left.rectificationMatrix, left.projectionMatrix);
     const auto match = matchPoint(rectified.left, rectified.right, points.front());
     if (!match) {
-        throw Failure("point-not-found",
-                      {},
-                      "the point is not found in the right image; take one with structure around it that both see");
+        throw Failure(
+            "point-not-found",
+            {},
+            "the point is not found in the right image; take one with structure around it that both see");
     }
     const double scale = static_cast<double>(calibrations.left.width) / size.width;
     return {{match->left * scale, match->right * scale}, distance};

@@ -31,8 +31,8 @@ cv::Vec4d findEffects(const FeatureMatch& match, const cv::Matx34f& projection)
 /// The linear equations of all matches.
 struct Equations
 {
-    cv::Mat effects; ///< N x 4
-    cv::Mat offsets; ///< N x 1, px
+    cv::Mat effects;       ///< N x 4
+    cv::Mat offsets;       ///< N x 1, px
     std::vector<int> ends; ///< behind the last row of each pair
 };
 
@@ -73,9 +73,9 @@ double findSpread(const cv::Mat& residuals)
 /// Least squares with some of the terms.
 struct Solution
 {
-    cv::Mat values;    ///< k x 1
+    cv::Mat values;     ///< k x 1
     cv::Mat deviations; ///< k x 1
-    cv::Mat residuals; ///< N x 1, px
+    cv::Mat residuals;  ///< N x 1, px
 };
 
 /// The covariance of the values if pairs rather than matches are independent of each other.
@@ -99,7 +99,8 @@ std::optional<Solution> solve(const Equations& equations, const cv::Mat& effects
 {
     constexpr int rounds = 10;
     constexpr double noise = 0.05; // px; no match is better than that
-    constexpr double bias = 0.02; // px, that interpolating gives all matches in common; more of them do not help
+    constexpr double bias =
+        0.02; // px, that interpolating gives all matches in common; more of them do not help
     const cv::Mat& offsets = equations.offsets;
     Solution solution;
     // An offset beyond the spread must not weigh everything down.
@@ -226,12 +227,12 @@ Calibration correctRotation(const Calibration& right, const cv::Vec3d& angles)
     return corrected;
 }
 
-FeatureMatch correctRotation(const FeatureMatch& match, const cv::Vec3d& angles, const cv::Matx34f& projection)
+FeatureMatch correctRotation(const FeatureMatch& match, const cv::Vec3d& angles,
+                             const cv::Matx34f& projection)
 {
     const double f = double{projection(0, 0)};
     const double cx = double{projection(0, 2)}, cy = double{projection(1, 2)};
-    const cv::Vec3d ray =
-        turnBack(angles) * cv::Vec3d((match.right.x - cx) / f, (match.right.y - cy) / f, 1);
+    const cv::Vec3d ray = turnBack(angles) * cv::Vec3d((match.right.x - cx) / f, (match.right.y - cy) / f, 1);
     return {match.left, {f * ray[0] / ray[2] + cx, f * ray[1] / ray[2] + cy}};
 }
 

@@ -41,7 +41,8 @@ std::optional<DriftFit> fitDrift(const MatchesOfPairs& pairs, const Calibration&
 Calibration correctRotation(const Calibration& right, const cv::Vec3d& angles);
 
 /// The same for a match.
-FeatureMatch correctRotation(const FeatureMatch& match, const cv::Vec3d& angles, const cv::Matx34f& projection);
+FeatureMatch correctRotation(const FeatureMatch& match, const cv::Vec3d& angles,
+                             const cv::Matx34f& projection);
 
 } // namespace vision::toolkit
 

@@ -113,8 +113,8 @@ Step measureStep(const std::vector<PairResiduals>& pairs, std::size_t first)
     }
     step.spread = std::hypot(usual, medianAndSpread(distances).spread);
     const auto inverse = [](std::size_t n) { return 1 / static_cast<double>(n); };
-    step.certainty =
-        std::abs(step.after - step.before) / (step.spread * std::sqrt(inverse(first) + inverse(count - first)));
+    step.certainty = std::abs(step.after - step.before) /
+                     (step.spread * std::sqrt(inverse(first) + inverse(count - first)));
     return step;
 }
 
@@ -174,10 +174,10 @@ PairVerdicts judgePairs(const std::vector<PairCheck>& pairs)
     }
     const Names frozen = findFrozen(pairs);
     if (!frozen.empty()) {
-        verdicts.unsynchronised.push_back({"frozen-camera",
-                                           Severity::Wrong,
-                                           "one camera shows the image before again while the other one goes on: " +
-                                               list(frozen)});
+        verdicts.unsynchronised.push_back(
+            {"frozen-camera",
+             Severity::Wrong,
+             "one camera shows the image before again while the other one goes on: " + list(frozen)});
     }
     if (2 * apart.size() > pairs.size()) {
         verdicts.foreign = reasons;
@@ -200,21 +200,21 @@ SequenceVerdict judgeSequence(const std::vector<PairCheck>& pairs, const DriftFi
     }
     const Step step = findStep(residuals);
     if (step.certainty > 0) {
-        verdict.drifted.push_back(
-            {"rows-change",
-             Severity::Wrong,
-             fmt::format("rows change by {:.2f} px within the sequence, most of it before {}: a camera moved while the "
-                         "images were taken",
-                         step.after - step.before,
-                         residuals[step.first].name)});
+        verdict.drifted.push_back({"rows-change",
+                                   Severity::Wrong,
+                                   fmt::format("rows change by {:.2f} px within the sequence, most of it "
+                                               "before {}: a camera moved while the "
+                                               "images were taken",
+                                               step.after - step.before,
+                                               residuals[step.first].name)});
     }
     const Names deviating = findDeviating(residuals, step);
     if (!deviating.empty()) {
-        verdict.unsynchronised.push_back(
-            {"pairs-deviate",
-             Severity::Wrong,
-             "the rows of these pairs are off against the others, as when their images were not taken at the same moment: " +
-                 list(deviating)});
+        verdict.unsynchronised.push_back({"pairs-deviate",
+                                          Severity::Wrong,
+                                          "the rows of these pairs are off against the others, as when their "
+                                          "images were not taken at the same moment: " +
+                                              list(deviating)});
     }
     return verdict;
 }

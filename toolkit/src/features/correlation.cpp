@@ -77,7 +77,8 @@ CorrelationTarget::CorrelationTarget(const cv::Mat& grey)
             sum += value;
             squares += value * value;
             _sums(y + 1, x + 1) = static_cast<int>(static_cast<std::uint32_t>(_sums(y, x + 1)) + sum);
-            _squares(y + 1, x + 1) = static_cast<int>(static_cast<std::uint32_t>(_squares(y, x + 1)) + squares);
+            _squares(y + 1, x + 1) =
+                static_cast<int>(static_cast<std::uint32_t>(_squares(y, x + 1)) + squares);
         }
     }
 }

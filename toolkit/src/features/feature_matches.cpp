@@ -14,10 +14,10 @@ namespace vision::toolkit {
 
 namespace {
 
-/// Images of falling size, each half as wide as the one before; the last one is about 200 px wide.
-std::vector<cv::Mat> makePyramid(const cv::Mat& image)
+/// Images of falling size, each half as wide as the one before.
+/// @param widest the last one is at most so wide, and more than half of it, px
+std::vector<cv::Mat> makePyramid(const cv::Mat& image, int widest)
 {
-    constexpr int widest = 266; // so that the smallest one is between 133 and 266 px wide
     std::vector<cv::Mat> pyramid{image};
     while (pyramid.back().cols > widest) {
         cv::Mat half;
@@ -81,8 +81,8 @@ std::optional<Place> search(const cv::Mat& patch, const CorrelationTarget& targe
 /// Both images in falling sizes.
 struct Pyramids
 {
-    Pyramids(const cv::Mat& leftImage, const cv::Mat& rightImage)
-        : left(makePyramid(leftImage)), right(makePyramid(rightImage)), smallest(right.back())
+    Pyramids(const cv::Mat& leftImage, const cv::Mat& rightImage, int widest)
+        : left(makePyramid(leftImage, widest)), right(makePyramid(rightImage, widest)), smallest(right.back())
     {
     }
 
@@ -106,8 +106,8 @@ std::optional<Place> searchEverywhere(const Pyramids& images, const cv::Point& c
     const int reach = cvRound(farthest * left.cols);
     const int rows = std::max(cvRound(highest * left.cols), 2);
     const cv::Rect part(patch.x - reach, patch.y - rows, patch.width + 2 * reach, patch.height + 2 * rows);
-    const auto place = search(
-        left(patch), images.smallest, part & cv::Rect({0, 0}, images.smallest.size()), patch.tl(), {});
+    const auto place =
+        search(left(patch), images.smallest, part & cv::Rect({0, 0}, images.smallest.size()), patch.tl(), {});
     return place && place->score >= similar ? place : std::nullopt;
 }
 
@@ -123,11 +123,8 @@ std::optional<cv::Point2d> refine(const cv::Mat& left, const cv::Mat& right, con
     if (!isInside(patch, left) || !isInside(part, right)) {
         return std::nullopt;
     }
-    const auto place = search(left(patch),
-                              CorrelationTarget(right(part)),
-                              cv::Rect({0, 0}, part.size()),
-                              patch.tl(),
-                              part.tl());
+    const auto place = search(
+        left(patch), CorrelationTarget(right(part)), cv::Rect({0, 0}, part.size()), patch.tl(), part.tl());
     return place && place->score >= similar ? std::optional(place->shift) : std::nullopt;
 }
 
@@ -147,7 +144,7 @@ bool isUnique(const Place& place)
 /// Follows a place from the smallest images to the largest.
 std::optional<FeatureMatch> refine(const Pyramids& images, const cv::Point& coarse, const Place& place)
 {
-    const auto& [left, right, smallest] = images;
+    const std::vector<cv::Mat>&left = images.left, &right = images.right;
     std::optional<cv::Point2d> shift = place.shift;
     cv::Point corner = coarse;
     for (std::size_t above = left.size() - 1; shift && above > 0; --above) {
@@ -160,13 +157,12 @@ std::optional<FeatureMatch> refine(const Pyramids& images, const cv::Point& coar
     return shift ? std::optional(FeatureMatch{corner, cv::Point2d(corner) + *shift}) : std::nullopt;
 }
 
-} // namespace
+constexpr int usualWidth = 266; // px, so that the smallest images are between 133 and 266 px wide
 
-FeatureMatches matchFeatures(const cv::Mat& left, const cv::Mat& right, int most)
+FeatureMatches matchCorners(const Pyramids& images, int most)
 {
     constexpr double quality = 0.01;
     constexpr double distance = 4; // px
-    const Pyramids images(left, right);
     std::vector<cv::Point2f> corners;
     cv::goodFeaturesToTrack(images.left.back(), corners, most, quality, distance);
     FeatureMatches result;
@@ -185,9 +181,32 @@ FeatureMatches matchFeatures(const cv::Mat& left, const cv::Mat& right, int most
     return result;
 }
 
+double shareMatched(const FeatureMatches& found)
+{
+    return static_cast<double>(found.matches.size()) /
+           static_cast<double>(std::max<std::size_t>(found.features, 1));
+}
+
+} // namespace
+
+FeatureMatches matchFeatures(const cv::Mat& left, const cv::Mat& right, int most)
+{
+    constexpr double hardlyAny = 0.06;
+    constexpr double mostOfThem = 0.5;
+    constexpr int fewCorners = 60; // as each takes sixteen times as long
+    constexpr int fineWidth = 4 * usualWidth;
+    FeatureMatches usual = matchCorners({left, right, usualWidth}, most);
+    if (left.cols <= usualWidth || shareMatched(usual) > hardlyAny) {
+        return usual;
+    }
+    // Grain and fine dots average out in small images, so that they look like images of different scenes.
+    FeatureMatches fine = matchCorners({left, right, fineWidth}, std::min(most, fewCorners));
+    return shareMatched(fine) > mostOfThem ? fine : usual;
+}
+
 std::optional<FeatureMatch> matchPoint(const cv::Mat& left, const cv::Mat& right, const cv::Point2d& point)
 {
-    const Pyramids images(left, right);
+    const Pyramids images(left, right, usualWidth);
     const cv::Point coarse = enlarge(point, left, images.left.back());
     const auto place = searchEverywhere(images, coarse);
     return place && isUnique(*place) ? refine(images, coarse, *place) : std::nullopt;

@@ -31,23 +31,19 @@ Notes judgeRange(const FeatureMatches& features, const SearchRange& range)
         findShare(features, [&](double disparity) { return disparity > range.maxDisparity() + tolerance; });
     const double farther =
         findShare(features, [&](double disparity) { return disparity < range.minDisparity - tolerance; });
-    const auto tell = [](double share, const std::string& what, int limit, const std::string& wayOut) {
-        return fmt::format("{:.0f}", 100 * share) + " % of the points found in both images are " + what +
-               " than what is searched (to " + std::to_string(limit) + " px): " + wayOut +
-               ", or leave the range to the program";
+    const auto tell = [](double share, const char* what, int limit) {
+        return fmt::format(
+            "{:.0f} % of the points found in both images are {} than what is searched (to {} px)",
+            100 * share,
+            what,
+            limit);
     };
     Notes notes;
     if (nearer > conspicuous) {
-        notes.push_back(
-            {"range-ends-too-early",
-             tell(nearer, "nearer", range.maxDisparity(), "give a smaller --near or more --disparities")});
+        notes.push_back({"range-ends-too-early", tell(nearer, "nearer", range.maxDisparity())});
     }
     if (farther > conspicuous) {
-        notes.push_back({"range-starts-too-late",
-                         tell(farther,
-                              "farther",
-                              range.minDisparity,
-                              "give a larger --far or a smaller --min-disparity")});
+        notes.push_back({"range-starts-too-late", tell(farther, "farther", range.minDisparity)});
     }
     return notes;
 }

@@ -10,7 +10,7 @@
 
 namespace vision::toolkit {
 
-/// What single points, which were looked for without any range, say about the range, each with the way out:
+/// What single points, which were looked for without any range, say about the range:
 /// - "range-ends-too-early": a tenth of the points and more is nearer than what is searched
 /// - "range-starts-too-late": a tenth and more is farther
 ///

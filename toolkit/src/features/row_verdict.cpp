@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <cmath>
+#include <string>
 
 namespace vision::toolkit {
 
@@ -34,37 +35,62 @@ bool areOff(const RowOffsets& rows)
     return std::abs(rows.median) > mostMedian || rows.spread > mostSpread;
 }
 
+double shareOf(std::size_t part, const RowOffsets& rows)
+{
+    return static_cast<double>(part) / static_cast<double>(rows.features);
+}
+
+/// Whether exchanging the images makes clearly more of them fit. (Where one is blurred, a few features more may fit by
+/// chance.)
+bool fitExchanged(const RowOffsets& rows, const RowOffsets& exchanged)
+{
+    constexpr std::size_t clearly = 3; // times as many
+    return isForeign(rows) && isKnown(exchanged) && !isForeign(exchanged) && !areBehind(exchanged) &&
+           exchanged.matched >= clearly * rows.matched;
+}
+
 } // namespace
 
 bool isForeign(const RowOffsets& rows)
 {
-    return isKnown(rows) &&
-           static_cast<double>(rows.matched) < leastShared * static_cast<double>(rows.features);
+    return isKnown(rows) && shareOf(rows.matched, rows) < leastShared;
 }
 
-Notes judgeRows(const RowOffsets& rows, const RowOffsets& exchanged)
+Notes judgeRows(const RowOffsets& rows, const RowOffsets& exchanged, bool isRectifiedInput)
 {
+    constexpr double mostAmbiguous = 0.6; // of the features; a chessboard that fills half the image has 0.45
     if (!isKnown(rows)) {
         return {};
     }
-    if (areBehind(rows) || (isForeign(rows) && isKnown(exchanged) && !isForeign(exchanged))) {
+    if (areBehind(rows) || fitExchanged(rows, exchanged)) {
         return {{"images-swapped", Severity::Wrong, "the left and the right image seem to be swapped"}};
+    }
+    if (shareOf(rows.ambiguous, rows) > mostAmbiguous) {
+        return {
+            {"several-disparities-fit",
+             fmt::format(
+                 "several disparities fit equally well at {:.0f} % of the features, as in repeated patterns, "
+                 "so that depth may be wrong there",
+                 100 * shareOf(rows.ambiguous, rows))}};
     }
     if (isForeign(rows)) {
         return {{"images-do-not-correspond",
                  Severity::Wrong,
-                 "hardly anything is found in both images (" + std::to_string(rows.matched) + " of " +
-                     std::to_string(rows.features) +
-                     " features): were they taken at the same moment by the calibrated cameras, and does the "
-                     "calibration belong to them?"}};
+                 fmt::format("hardly anything is found in both images ({} of {} features): they are of "
+                             "different moments or "
+                             "scenes, or the calibration is of other cameras",
+                             rows.matched,
+                             rows.features)}};
     }
     if (areOff(rows)) {
-        return {
-            {"rows-differ",
-             "corresponding points lie " + fmt::format("{:.1f}", rows.median) + " px apart in rows (spread " +
-                 fmt::format("{:.1f}", rows.spread) +
-                 " px): the calibration does not belong to these images or has drifted; 'stereovision check' "
-                 "tells more, 'stereovision calibrate' makes a new one"}};
+        const std::string offset =
+            fmt::format("corresponding points lie {:.1f} px apart in rows (spread {:.1f} px): ",
+                        rows.median,
+                        rows.spread);
+        if (isRectifiedInput) {
+            return {{"not-rectified", offset + "these images are not rectified"}};
+        }
+        return {{"rows-differ", offset + "the calibration does not belong to these images or has drifted"}};
     }
     return {};
 }

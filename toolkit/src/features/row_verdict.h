@@ -12,13 +12,16 @@ namespace vision::toolkit {
 /// Whether so little of the images is found in both that they hardly show the same scene at the same moment.
 bool isForeign(const RowOffsets& rows);
 
-/// What is wrong with the rows of a pair, each with the way out:
-/// - "images-swapped": the features lie behind the cameras, or are found once left and right are exchanged
-/// - "images-do-not-correspond": hardly any feature is found in both images
-/// - "rows-differ": the rows are off by more than half a pixel, or by different amounts
+/// What is wrong with the rows of a pair:
+/// - "images-swapped" (wrong): the features lie behind the cameras, or are found once left and right are exchanged
+/// - "several-disparities-fit" (doubtful): most features fit several places equally well, as in repeated patterns
+/// - "images-do-not-correspond" (wrong): hardly any feature is found in both images
+/// - "rows-differ" (doubtful): the rows are off by more than half a pixel, or by different amounts;
+///   "not-rectified" when no calibration had a part in it
 /// @param exchanged the same measured with left and right exchanged, if the first one is foreign; otherwise
 /// anything
-Notes judgeRows(const RowOffsets& rows, const RowOffsets& exchanged);
+/// @param isRectifiedInput whether the images came as rectified ones
+Notes judgeRows(const RowOffsets& rows, const RowOffsets& exchanged, bool isRectifiedInput = false);
 
 } // namespace vision::toolkit
 

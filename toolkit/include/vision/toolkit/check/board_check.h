@@ -51,11 +51,11 @@ VISION_TOOLKIT_EXPORT std::optional<BoardCheck> checkBoard(const ImagePair& pair
 struct BoardSummary
 {
     std::size_t boards = 0;
-    double squareMean = 0;            ///< of all edges, 1 when they have the printed length
-    double squareDeviation = 0;       ///< standard deviation
-    double squareUncertainty = 0;     ///< standard deviation of the mean, by the spread between boards
-    double fillRate = 0;              ///< median over the boards
-    std::optional<double> planeRms;   ///< medians over the boards that have one, m
+    double squareMean = 0;          ///< of all edges, 1 when they have the printed length
+    double squareDeviation = 0;     ///< standard deviation
+    double squareUncertainty = 0;   ///< standard deviation of the mean, by the spread between boards
+    double fillRate = 0;            ///< median over the boards
+    std::optional<double> planeRms; ///< medians over the boards that have one, m
     std::optional<double> absoluteError;
 };
 

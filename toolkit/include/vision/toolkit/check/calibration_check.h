@@ -37,10 +37,10 @@ struct Estimate
 /// axes are those of the rectified frame: x to the right, y down, z forward.
 struct CameraDrift
 {
-    Estimate pitch; ///< about x, degrees
-    Estimate yaw;   ///< about y, degrees
-    Estimate roll;  ///< about z, degrees
-    Estimate zoom;  ///< how much larger the right image has become, percent
+    Estimate pitch;       ///< about x, degrees
+    Estimate yaw;         ///< about y, degrees
+    Estimate roll;        ///< about z, degrees
+    Estimate zoom;        ///< how much larger the right image has become, percent
     double explained = 0; ///< rms of the row offsets that the significant ones of these cause, px
     double residual = 0;  ///< spread of the row offsets that they leave, px, as in RowOffsets
 };
@@ -52,7 +52,7 @@ struct PairCheck
     RowOffsets rows;
     std::vector<FeatureMatch> matches; ///< in rectified images of the calibration's size, px
     std::optional<BoardCheck> board;   ///< when one was looked for and found
-    cv::Mat leftThumbnail;             ///< `CV_32FC1`, of the raw image, which shows whether a camera stands still
+    cv::Mat leftThumbnail; ///< `CV_32FC1`, of the raw image, which shows whether a camera stands still
     cv::Mat rightThumbnail;
 };
 
@@ -82,9 +82,9 @@ struct RegionOffset
 struct CalibrationCheck
 {
     CheckVerdict verdict = CheckVerdict::CannotTell;
-    Notes reasons;                         ///< for what the verdict is; empty when the calibration holds
-    RowOffsets rows{};                     ///< of all pairs together
-    double rms = 0;                        ///< of the row offsets within five spreads of the median, px; NaN without
+    Notes reasons;     ///< for what the verdict is; empty when the calibration holds
+    RowOffsets rows{}; ///< of all pairs together
+    double rms = 0;    ///< of the row offsets within five spreads of the median, px; NaN without
     std::array<RegionOffset, 9> regions{}; ///< from top left to bottom right, row by row
     std::optional<CameraDrift> drift;      ///< nothing with too few matches
     double trend = 0; ///< change of the median from the first to the last pair, px; NaN for fewer than three

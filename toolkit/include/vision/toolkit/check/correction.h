@@ -26,14 +26,15 @@ struct KnownDistance
 /// @param point in the raw left image, px
 /// @param distance of what is there from the left camera, m
 /// @throws Failure when the point is not found, or the images do not fit the calibration
-VISION_TOOLKIT_EXPORT KnownDistance findKnownDistance(const ImagePair& pair, const CalibrationPair& calibrations,
+VISION_TOOLKIT_EXPORT KnownDistance findKnownDistance(const ImagePair& pair,
+                                                      const CalibrationPair& calibrations,
                                                       const cv::Point2d& point, double distance);
 
 /// A calibration of the right camera that was turned back.
 struct Correction
 {
     Calibration right;
-    double pitch = 0;  ///< taken back, degrees; 0 for what is not corrected
+    double pitch = 0; ///< taken back, degrees; 0 for what is not corrected
     double yaw = 0;
     double roll = 0;
     double before = 0; ///< median of the absolute row offsets of the pairs held back, px

@@ -26,7 +26,7 @@ struct FeatureMatch
 struct FeatureMatches
 {
     std::vector<FeatureMatch> matches;
-    std::size_t features = 0; ///< corners of the left image that were looked for in the right one
+    std::size_t features = 0;  ///< corners of the left image that were looked for in the right one
     std::size_t ambiguous = 0; ///< of those, so many fit several places equally well, as in repeated patterns
 };
 
