@@ -23,7 +23,9 @@ cv::Mat makeImage(const cv::Size& size, cv::RNG& random)
     cv::GaussianBlur(image, image, {}, 1.5);
     cv::Mat noise(size, CV_8UC1);
     random.fill(noise, cv::RNG::UNIFORM, 0, 6);
-    return (image - 110) * 8 + noise;
+    image = (image - 110) * 8 + noise;
+    image(cv::Rect(0, 0, (size.width + 1) / 2, (size.height + 1) / 2)).setTo(9); // nothing can be told there
+    return image;
 }
 
 cv::Mat makeMask(const cv::Size& size, cv::RNG& random)
@@ -121,9 +123,18 @@ TEST(SemiGlobalMatcher, FindsTheDisparity)
 {
     const Case c{"", {160, 100}, -16, 48};
     const Result result = matchWith(*findImplementations().front(), c, 1);
-    EXPECT_GT(countMatched(result.disparity), 0.9 * c.size.area());
+    EXPECT_GT(countMatched(result.disparity), 0.7 * c.size.area());
     const cv::Mat isRight = cv::abs(result.disparity - trueDisparity) < 0.25;
-    EXPECT_GT(cv::countNonZero(isRight), 0.99 * countMatched(result.disparity));
+    EXPECT_GT(cv::countNonZero(isRight), 0.98 * countMatched(result.disparity));
+}
+
+TEST(SemiGlobalMatcher, LeavesOutWhereTheImageIsFlat)
+{
+    const Case c{"", {160, 100}, 0, 32};
+    const Result result = matchWith(*findImplementations().front(), c, 1);
+    const int edge = 10; // the window and what smoothing takes
+    const cv::Rect flat(0, 0, (c.size.width + trueDisparity) / 2 - edge, c.size.height / 2 - edge);
+    EXPECT_EQ(countMatched(result.disparity(flat)), 0);
 }
 
 TEST(SemiGlobalMatcher, LeavesOutWhatShowsNothing)

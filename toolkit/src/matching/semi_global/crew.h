@@ -5,9 +5,11 @@
 #include "matching/semi_global/stripe.h"
 #include "matching/semi_global/workspace.h"
 
+#include <tbb/info.h>
 #include <tbb/parallel_for.h>
 #include <tbb/task_arena.h>
 
+#include <algorithm>
 #include <memory>
 #include <vector>
 
@@ -19,8 +21,9 @@ namespace vision::toolkit::semi_global {
 class Crew
 {
 public:
-    void prepare(const Pair& pair, int threads)
+    void prepare(const Pair& pair, int wantedThreads)
     {
+        const int threads = std::min(wantedThreads, tbb::info::default_concurrency()); // TBB has no more
         constexpr int usualHeight = 140; // rows: few of them are needed to warm up
         _height = pair.height;
         _stripes = 2 * ((pair.height + 2 * usualHeight - 1) / (2 * usualHeight)); // two threads share evenly

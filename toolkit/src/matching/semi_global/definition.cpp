@@ -123,6 +123,7 @@ public:
             }
             if (y >= rows.first) {
                 judge(y, addUp(y, costs, above));
+                dropFlat(y);
             }
         }
     }
@@ -218,6 +219,32 @@ private:
             choose(x, totals, choices);
         }
         judgeRow(_pair, choices, y);
+    }
+
+    bool changes(int x, int y) const
+    {
+        return _left.at(x, y) != _left.at(x - 1, y) || _left.at(x, y) != _left.at(x, y - 1);
+    }
+
+    bool isFlat(int x, int y) const
+    {
+        for (int row = std::max(y - flatRadius, 0); row <= std::min(y + flatRadius, _pair.height - 1);
+             ++row) {
+            for (int dx = -flatRadius; dx <= flatRadius; ++dx) {
+                if (changes(std::clamp(x + dx, 0, _pair.width - 1), row)) {
+                    return false;
+                }
+            }
+        }
+        return true;
+    }
+
+    void dropFlat(int y) const
+    {
+        for (int x = 0; x < _pair.width; ++x) {
+            std::int16_t& disparity = _pair.disparity[std::ptrdiff_t{y} * _pair.width + x];
+            disparity = isFlat(x, y) ? noMatch : disparity;
+        }
     }
 
     int total(const std::vector<Sums>& totals, int x, int step) const

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "matching/semi_global/judgement.h"
 
+#include "matching/semi_global/confidence.h"
+
 #include <array>
 
 namespace vision::toolkit::semi_global {
@@ -48,11 +50,10 @@ void judgeRow(const Pair& pair, const Choices& choices, int y)
         const bool isInside = step > 0 && step + 1 < settings.disparities;
         const int fraction =
             isInside ? interpolate(choices.before[x], choices.least[x], choices.after[x]) : 0;
-        const int margin = choices.second[x] - choices.least[x];
         const bool holds = (step < settings.disparities) & (partner >= 0) & (partner < pair.width) &
                            (choices.contradiction[x] <= pair.largestContradiction);
         out[x] = static_cast<std::int16_t>(holds ? disparity * unitsPerPixel + fraction : noMatch);
-        evidence[x] = static_cast<std::uint8_t>(margin);
+        evidence[x] = gradeMatch(choices.least[x], choices.second[x] - choices.least[x]);
         if (holds && ((leftValid != nullptr && leftValid[x] == 0) ||
                       (rightValid != nullptr && rightValid[partner] == 0))) {
             out[x] = noMatch;

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "matching/semi_global/matcher.h"
 
+#include "matching/semi_global/confidence.h"
 #include "matching/semi_global/noise.h"
 
 #include <opencv2/core.hpp>
@@ -126,6 +127,7 @@ void Matcher::compute(const Images& images, const Settings& settings, int thread
 void Matcher::write(const Rows& rows, Result& result) const
 {
     constexpr float infinity = std::numeric_limits<float>::infinity();
+    const std::array<float, 256>& shares = shareOfRightMatches();
     for (int y = rows.first; y < rows.behindLast; ++y) {
         const auto* const in = _medians.ptr<std::int16_t>(y);
         const auto* const evidence = _evidence.ptr<std::uint8_t>(y);
@@ -134,7 +136,7 @@ void Matcher::write(const Rows& rows, Result& result) const
         for (int x = 0; x < _medians.cols; ++x) {
             const bool isMatched = in[x] != noMatch;
             disparity[x] = isMatched ? static_cast<float>(in[x]) * (1.0f / unitsPerPixel) : infinity;
-            confidence[x] = isMatched ? static_cast<float>(evidence[x]) * (1.0f / 255) : 0.0f;
+            confidence[x] = isMatched ? shares[evidence[x]] : 0.0f;
         }
     }
 }

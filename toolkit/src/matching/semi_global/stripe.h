@@ -62,7 +62,7 @@ struct Pair
     Plane smoothRight; ///< likewise, mirrored
 
     std::int16_t* disparity = nullptr; ///< width x height
-    std::uint8_t* evidence = nullptr;  ///< width x height
+    std::uint8_t* evidence = nullptr;  ///< width x height, as gradeMatch()
 };
 
 /// Rows that are matched at once.
@@ -74,6 +74,9 @@ struct Rows
 
 /// Rows above a stripe until the path from above no longer depends on where it starts.
 constexpr int warmUp = 8;
+
+/// Matches are dropped where the image does not change so far around, px.
+constexpr int flatRadius = 8;
 
 /// Columns beside a smoothed row that repeat its ends.
 constexpr int planeMargin = 32;
@@ -96,6 +99,7 @@ struct Workspace
     std::uint8_t* scratch;
     std::uint8_t* diagonal;
     std::uint8_t* rightLeast;
+    std::uint8_t* stillRows; ///< with margins
     Choices choices;
 };
 

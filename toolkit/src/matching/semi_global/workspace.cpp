@@ -72,6 +72,7 @@ Workspace cutAll(const Pair& pair, int rows, Cutter& cutter)
     memory.choices.after = cutter.cut(width);
     memory.choices.second = cutter.cut(width);
     memory.choices.contradiction = cutter.cut(width);
+    memory.stillRows = cutter.cut(width + searchStep + flatRadius, flatRadius);
     std::size_t number = 0;
     for (std::uint8_t** sums :
          {&memory.raw[0], &memory.raw[1], &memory.once[0], &memory.once[1], &memory.cost, &memory.sum}) {

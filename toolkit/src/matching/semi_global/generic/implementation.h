@@ -35,6 +35,8 @@ inline int clamp(int value, int low, int high)
 
 #include "matching/semi_global/generic/choice.h"
 
+#include "matching/semi_global/generic/flatness.h"
+
 #include "matching/semi_global/generic/sweep.h"
 
 namespace vision::toolkit::semi_global {
@@ -49,6 +51,7 @@ void smooth(const Pair& pair, const Rows& rows, const Workspace& memory)
 void match(const Pair& pair, const Rows& rows, const Workspace& memory)
 {
     Sweep(pair, rows, memory).run();
+    dropFlat(pair, rows, memory);
 }
 
 } // namespace

@@ -84,7 +84,7 @@ inline Bytes equal(Bytes a, Bytes b)
 template <int factor>
 inline Bytes countBits(Bytes a)
 {
-    return {vmulq_n_u8(vcntq_u8(a.value), factor)};
+    return {vmulq_u8(vcntq_u8(a.value), vdupq_n_u8(factor))};
 }
 
 /// Two neighbouring vectors.
