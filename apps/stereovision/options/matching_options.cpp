@@ -95,7 +95,8 @@ void addMatchingOptions(CLI::App& app, MatchingOptions& options)
     app.add_option_function<std::string>(
            "--trust",
            [&options](const std::string& name) {
-               options.settings.trust = name == "high" ? Trust::High : Trust::Usual;
+               options.settings.trust =
+                   name == "high" ? vision::toolkit::Trust::High : vision::toolkit::Trust::Usual;
            },
            "sgm: usual: both images agree; high: a second matching confirms it, half as many errors in twice "
            "the time")

@@ -42,6 +42,15 @@ cv::Mat findValid(const cv::Mat& rectifiedWhite)
     return cv::countNonZero(valid) == static_cast<int>(valid.total()) ? cv::Mat() : valid;
 }
 
+double findBrightest(const cv::Mat& image)
+{
+    double brightest = 0;
+    if (!image.empty()) {
+        cv::minMaxIdx(image.reshape(1), nullptr, &brightest);
+    }
+    return brightest;
+}
+
 double findMaxDepth(const DepthSettings& settings, const SearchRange& range, const DepthScale& scale)
 {
     if (settings.maxDepth || settings.range.farthest) {
@@ -110,9 +119,9 @@ RectifiedPair DepthPipeline::makePair(const ImagePair& rectified) const
     return {rectified.left.grey, rectified.right.grey, _validAreas.left, _validAreas.right};
 }
 
-std::optional<DisparityRange> DepthPipeline::findDisparityRange(const cv::Mat& left, const cv::Mat& right)
+std::optional<DisparityRange> DepthPipeline::findDisparityRange(const RawPair& pair)
 {
-    const ImagePair rectified = rectifyPair(toEightBits({left, right}));
+    const ImagePair rectified = rectifyPair(toEightBits(pair));
     return _matcher.findDisparityRange(makePair(rectified),
                                        findLowestPossible(_rig, rectified.left.grey.cols));
 }
@@ -176,20 +185,23 @@ DepthResult DepthPipeline::match(const ImagePair& rectified, bool isJudged)
 
 DepthResult DepthPipeline::compute(const cv::Mat& left, const cv::Mat& right)
 {
+    if (_bits == 0 && (left.depth() == CV_16U || right.depth() == CV_16U)) {
+        _bits = findBitDepth(std::max(findBrightest(left), findBrightest(right)));
+    }
+    return compute({left, right, _bits});
+}
+
+DepthResult DepthPipeline::compute(const RawPair& pair)
+{
     const bool isJudged = _settings.judgeEvery != 0 && _pairs++ % _settings.judgeEvery == 0;
-    const RawPair raw{left, right};
-    requireUsable(raw, {"the left image", "the right image"});
-    const ImagePair rectified = rectifyPair(toEightBits(raw));
+    requireUsable(pair, {"the left image", "the right image"});
+    const ImagePair rectified = rectifyPair(toEightBits(pair));
     DepthResult depth =
         _settings.plain ? computePlainDepth(*_stereo, rectified, _rig) : match(rectified, isJudged);
     depth.summary = summarise(depth.disparity, depth.points);
     if (isJudged) {
-        judgePair(
-            _settings.range,
-            [&] {
-                return rectifyPair(toEightBits({right, left}));
-            },
-            depth);
+        const auto exchange = [&] { return rectifyPair(toEightBits({pair.right, pair.left, pair.bits})); };
+        judgePair(pair, _rig.isRectified, _settings.range, exchange, depth);
     }
     return depth;
 }

@@ -2,6 +2,7 @@
 #include "depth/pair_verdict.h"
 
 #include "depth/verdict.h"
+#include "features/photometry.h"
 #include "features/range_verdict.h"
 #include "features/row_verdict.h"
 
@@ -19,28 +20,34 @@ double findInfinity(const RangeSettings& asked, const DepthResult& depth)
 }
 
 /// Exchanged images are noticed by what they share once they are exchanged back.
-Notes checkRows(const RowOffsets& rows, double atInfinity, const std::function<ImagePair()>& exchange)
+Notes checkRows(const RowOffsets& rows, double atInfinity, bool isRectifiedInput,
+                const std::function<ImagePair()>& exchange)
 {
     RowOffsets exchanged;
     if (isForeign(rows)) {
         const ImagePair back = exchange();
         exchanged = summariseRows(matchFeatures(back.left.grey, back.right.grey), atInfinity);
     }
-    return judgeRows(rows, exchanged);
+    return judgeRows(rows, exchanged, isRectifiedInput);
 }
 
 } // namespace
 
-void judgePair(const RangeSettings& asked, const std::function<ImagePair()>& exchange, DepthResult& depth)
+void judgePair(const RawPair& raw, bool isRectifiedInput, const RangeSettings& asked,
+               const std::function<ImagePair()>& exchange, DepthResult& depth)
 {
     constexpr int enough = 120; // corners, to tell; half the time of what measuring takes
     const double atInfinity = findInfinity(asked, depth);
     const FeatureMatches features = matchFeatures(depth.leftGrey, depth.rightGrey, enough);
     depth.isJudged = true;
     depth.rows = summariseRows(features, atInfinity);
-    const Notes onRows = checkRows(depth.rows, atInfinity, exchange);
-    append(depth.notes, onRows);
-    if (onRows.empty()) { // otherwise the range is the least of the troubles
+    append(depth.notes, judgePhotometry(comparePhotometry(depth.leftGrey, depth.rightGrey, features)));
+    Notes onImages = judgeIdentity(raw.left, raw.right);
+    if (onImages.empty()) {
+        onImages = checkRows(depth.rows, atInfinity, isRectifiedInput, exchange);
+    }
+    append(depth.notes, onImages);
+    if (onImages.empty()) { // otherwise the range is the least of the troubles
         append(depth.notes, judgeRange(features, depth.range));
         append(depth.notes, judge(depth));
     }

@@ -9,7 +9,7 @@
 
 #include <vision/toolkit/failure.h>
 
-#include <opencv2/core.hpp>
+#include <opencv2/imgproc.hpp>
 
 #include <algorithm>
 #include <limits>

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <thread>
 #include <utility>
 
 namespace vision::toolkit {
@@ -32,9 +33,8 @@ std::optional<DisparityRange> findDisparityRange(PairSequence& pairs, const Dept
             std::optional<DisparityRange> span;
             try {
                 const RawPair raw = resize(read(), run.resize);
-                span = pipelines.with([&](DepthPipeline& pipeline) {
-                    return pipeline.findDisparityRange(raw.left, raw.right);
-                });
+                span =
+                    pipelines.with([&](DepthPipeline& pipeline) { return pipeline.findDisparityRange(raw); });
             } catch (const std::exception&) { // NOLINT(bugprone-empty-catch)
             }
             return [&spans, span] {
@@ -124,7 +124,7 @@ private:
         pipeline.setDisparityRange(_range);
         DepthResult depth;
         try {
-            depth = pipeline.compute(raw.left, raw.right);
+            depth = pipeline.compute(raw);
         } catch (const std::exception& error) {
             throw Failure(about(report.images.left, describe(error)));
         }

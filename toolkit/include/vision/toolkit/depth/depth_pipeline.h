@@ -122,10 +122,14 @@ public:
     /// @throws Failure naming the setting that cannot be used
     DepthPipeline(const Rig& rig, const DepthSettings& settings);
 
-    /// Rectifies and matches a raw pair, computes its points and judges the result.
+    /// Rectifies and matches a raw pair, computes its points and judges the result. The bit depth that the first images
+    /// with 16 bits seem to have is held for those that follow.
     /// @param left,right images of the same size with 8 or 16 bits: grey, colour (BGR) or colour with alpha
     /// @throws Failure telling what to change when the images do not fit each other, the rig or the settings
     DepthResult compute(const cv::Mat& left, const cv::Mat& right);
+
+    /// The same for a pair whose bit depth is known, or is to be told by itself.
+    DepthResult compute(const RawPair& pair);
 
     /// Whether the range, or a part of it, must be found in the images.
     [[nodiscard]] bool needsDisparityRange() const;
@@ -133,7 +137,7 @@ public:
     /// Finds the disparities that occur in a raw pair.
     /// @return nothing when too little of it matches
     /// @throws Failure when the images do not fit the rig
-    [[nodiscard]] std::optional<DisparityRange> findDisparityRange(const cv::Mat& left, const cv::Mat& right);
+    [[nodiscard]] std::optional<DisparityRange> findDisparityRange(const RawPair& pair);
 
     /// Sets what findDisparityRange() found, in one pair or joined from many, for all pairs that follow.
     /// @param range nothing: to be found again, in the next pair
@@ -166,6 +170,7 @@ private:
     std::optional<DisparityRange> _range; ///< that is held or set
     bool _isRangeSet = false;
     std::size_t _pairs = 0;                  ///< computed so far
+    int _bits = 0; ///< that are held; 0 before the first pair with 16 bits
     std::unique_ptr<vision::Stereo> _stereo; // which itself cannot be moved
     mutable ValidAreas _validAreas;
     Matcher _matcher;

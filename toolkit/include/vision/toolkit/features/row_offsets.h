@@ -48,9 +48,9 @@ struct RowOffsets
     /// 1.48 times the median distance from the median, the standard deviation if it were normal, px.
     double spread = std::numeric_limits<double>::quiet_NaN();
     std::size_t matched = 0;
-    std::size_t features = 0; ///< of those, so many were looked for
+    std::size_t features = 0;  ///< of those, so many were looked for
     std::size_t ambiguous = 0; ///< of the latter, so many fit several places equally well
-    double behind = 0;        ///< share of the matched ones that lie behind the cameras, as in swapped images
+    double behind = 0; ///< share of the matched ones that lie behind the cameras, as in swapped images
 };
 
 /// @param atInfinity disparity of points at infinity, px
