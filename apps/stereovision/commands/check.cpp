@@ -119,7 +119,8 @@ void correct(const std::vector<PairCheck>& pairs, const CalibrationPair& calibra
             "--correct: the pairs that were held back do not get better; nothing is written. Make a new "
             "calibration with 'stereovision calibrate'");
     }
-    const OutputFolder folder(options.folder, options.force);
+    const OutputFolder folder(options.folder, options.existing());
+    console.notes(folder.notes());
     OutputFiles output(folder);
     saveCalibration(calibrations.left, "left.yml", output);
     saveCalibration(correction.right, "right.yml", output);
@@ -147,7 +148,7 @@ ExitCode runCheck(const CheckOptions& options, Console& console)
     const CalibrationCheck check = judgeCalibration(pairs, calibrations);
     const auto board = boards.empty() ? std::nullopt : std::optional(summariseBoards(boards));
     if (options.json) {
-        console.result(toJson(pairs, check, board));
+        console.json(toJson(pairs, check, board));
     } else {
         print(pairs, check, console);
         if (board) {

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/commands.h"
+#include "options/named_file.h"
 
 #include <vision/toolkit/evaluation/evaluation.h>
 #include <vision/toolkit/failure.h>
@@ -46,8 +47,10 @@ Images readImages(const EvaluateOptions& options)
     const DisparityFile disparity = readDisparity(options.disparity, options.scale);
     const DisparityFile truth = readDisparity(options.truth, options.scale);
     if (options.scale && !disparity.hasLevels && !truth.hasLevels) {
-        throw Failure("--scale is for images of 8 bits, and neither " + options.disparity + " nor " +
-                      options.truth + " is one: leave it out");
+        throw Failure("scale-without-levels",
+                      "--scale",
+                      "is for images of 8 bits, and neither " + options.disparity + " nor " + options.truth +
+                          " is one: leave it out");
     }
     return {disparity.disparity, truth.disparity, options.mask.empty() ? cv::Mat() : readMask(options.mask)};
 }
@@ -57,36 +60,26 @@ Evaluation compare(const Images& images, const EvaluateOptions& options)
     try {
         return evaluate(images.disparity, images.truth, images.mask);
     } catch (const Failure& failure) {
-        throw Failure(options.disparity + " and " + options.truth + ": " + failure.what());
+        throw Failure(about(options.disparity + " and " + options.truth, failure.note()));
     }
 }
 
-/// A picture that is written to a file of its own.
-class PictureFile
+/// The file of the picture, if one is asked for.
+std::unique_ptr<NamedFile> openPicture(const EvaluateOptions& options, Console& console)
 {
-public:
-    PictureFile(const std::filesystem::path& file, bool mayOverwrite)
-        : _name(file.filename().string()),
-          _folder(file.has_parent_path() ? file.parent_path() : ".", mayOverwrite, pictureOption)
-    {
-        if (file.extension() != ".png") {
-            throw Failure(std::string(pictureOption) + " " + file.string() +
-                          ": is written as PNG, so its name must end in .png");
-        }
-        _folder.requireFree(_name);
+    if (options.picture.empty()) {
+        return nullptr;
     }
-
-    void write(const cv::Mat& picture) const
-    {
-        OutputFiles output(_folder);
-        output.write(_name, encodePng(picture));
-        output.commit();
+    if (std::filesystem::path(options.picture).extension() != ".png") {
+        throw Failure("not-a-png",
+                      fmt::format("{} {}", pictureOption, options.picture),
+                      "is written as PNG, so its name must end in .png");
     }
-
-private:
-    std::string _name;
-    OutputFolder _folder;
-};
+    auto picture = std::make_unique<NamedFile>(options.picture,
+                                               options.force ? ExistingFile::Replace : ExistingFile::Refuse);
+    console.notes(picture->notes());
+    return picture;
+}
 
 /// "bad-0.5".
 std::string nameOf(double limit)
@@ -141,17 +134,14 @@ std::string toJson(const Evaluation& result)
 
 ExitCode runEvaluate(const EvaluateOptions& options, Console& console)
 {
-    std::optional<PictureFile> picture;
-    if (!options.picture.empty()) {
-        picture.emplace(options.picture, options.force);
-    }
+    const auto picture = openPicture(options, console);
     const Images images = readImages(options);
     const Evaluation result = compare(images, options);
     if (picture) {
-        picture->write(drawError(images.disparity, images.truth, images.mask));
+        picture->write(encodePng(drawError(images.disparity, images.truth, images.mask)));
     }
     if (options.json) {
-        console.result(toJson(result));
+        console.json(toJson(result));
         return ExitCode::AllDone;
     }
     report(result, console);
@@ -169,15 +159,23 @@ Command addEvaluate(CLI::App& program)
     auto options = std::make_shared<EvaluateOptions>();
     app->add_option("DISPARITY", options->disparity, "Disparity image: PFM, TIFF or PNG")->required();
     app->add_option("TRUTH", options->truth, "True disparities: PFM, TIFF or PNG")->required();
-    app->add_option("--scale", options->scale, "Disparity of one grey level in an image of 8 bits, px")
+    app->add_option(
+           "--scale",
+           options->scale,
+           "Disparity of one grey level, px: above 0; needed for images of 8 bits, of no use for others")
         ->check(CLI::PositiveNumber)
         ->type_name("PX");
-    app->add_option("--mask", options->mask, "Image that is black in the pixels that do not count")
+    app->add_option("--mask",
+                    options->mask,
+                    "Grey image that is black in the pixels that do not count; without it all do")
         ->type_name("FILE");
-    app->add_option(pictureOption, options->picture, "PNG to draw the error of every pixel to")
+    app->add_option(
+           pictureOption, options->picture, "PNG to draw the error of every pixel to; none without it")
         ->type_name("FILE");
-    app->add_flag("--json", options->json, "Print one JSON object, with shares from 0 to 1");
-    app->add_flag("--force", options->force, "Overwrite an existing picture");
+    app->add_flag("--json",
+                  options->json,
+                  "Print one JSON object, with shares from 0 to 1, in place of lines with percent");
+    app->add_flag("--force", options->force, "Overwrite an existing picture; without it that is an error");
     app->footer(
         "Images with floats are in px; of 16 bits, in 1/256 px; 0, negative or not finite for no value.\n"
         "bad-X: error above X px. d1: above 3 px and 5 % of the truth. Of all: of the pixels with truth,\n"

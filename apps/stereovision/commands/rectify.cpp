@@ -27,7 +27,8 @@ ExitCode runRectify(const RectifyOptions& options, Console& console)
 {
     const auto pairs = openPairs(options.input);
     const RectificationRun run{options.calibrations.load(), options.run.shard, options.run.jobs};
-    const OutputFolder folder(options.output.folder, options.output.force);
+    const OutputFolder folder(options.output.folder, options.output.existing());
+    console.notes(folder.notes());
     std::size_t done = 0;
     std::size_t failed = 0;
     console.startProgress("rectifying", selectShard(pairs->size(), run.shard).size());

@@ -47,7 +47,8 @@ ExitCode runScale(const ScaleOptions& options, Console& console)
     if (options.size.size() != 2 || options.size[0] <= 0 || options.size[1] <= 0) {
         throw Failure("--size: give the new image size as WIDTHxHEIGHT, such as 320x240");
     }
-    const OutputFolder folder(options.output.folder, options.output.force);
+    const OutputFolder folder(options.output.folder, options.output.existing());
+    console.notes(folder.notes());
     OutputFiles output(folder);
     for (const std::string& file : options.files) {
         const std::string name = std::filesystem::path(file).filename().string();

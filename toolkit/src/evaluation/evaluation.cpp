@@ -50,12 +50,16 @@ void requireComparable(const cv::Mat& disparity, const cv::Mat& truth, const cv:
     CV_Assert(disparity.type() == CV_32FC1 && truth.type() == CV_32FC1);
     CV_Assert(mask.empty() || mask.type() == CV_8UC1);
     if (disparity.size() != truth.size()) {
-        throw Failure("the disparity image is " + formatSize(disparity.size()) + ", the truth " +
-                      formatSize(truth.size()) + ": compute the disparity at the size of the truth");
+        throw Failure("sizes-differ",
+                      {},
+                      "the disparity image is " + formatSize(disparity.size()) + ", the truth " +
+                          formatSize(truth.size()) + ": compute the disparity at the size of the truth");
     }
     if (!mask.empty() && mask.size() != truth.size()) {
-        throw Failure("the mask is " + formatSize(mask.size()) + ", the truth " + formatSize(truth.size()) +
-                      ": use the mask that belongs to this truth");
+        throw Failure("sizes-differ",
+                      {},
+                      "the mask is " + formatSize(mask.size()) + ", the truth " + formatSize(truth.size()) +
+                          ": use the mask that belongs to this truth");
     }
 }
 
@@ -77,7 +81,9 @@ Evaluation evaluate(const cv::Mat& disparity, const cv::Mat& truth, const cv::Ma
         }
     });
     if (result.truth == 0) {
-        throw Failure("no pixel that counts has truth, so that there is nothing to compare with: is it the "
+        throw Failure("no-truth",
+                      {},
+                      "no pixel that counts has truth, so that there is nothing to compare with: is it the "
                       "right file?");
     }
     const auto matched = static_cast<double>(result.matched);
