@@ -54,7 +54,7 @@ void process(const std::string& images, const DepthRun& run)
     cv::setNumThreads(static_cast<int>(run.jobs)); // one for each worker
     const auto pairs = openPairs({{images + "/left??.jpg"}, {images + "/right??.jpg"}, false});
     {
-        const OutputFolder output(folder, true);
+        const OutputFolder output(folder, ExistingFile::Replace);
         runDepth(*pairs, run, output, [](const PairReport& report) {
             if (report.error) {
                 std::fprintf(stderr, "%s\n", report.error->text.c_str());

@@ -1,25 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/commands.h"
 #include "console/console.h"
+#include "console/library_messages.h"
+#include "console/start.h"
 #include "exit_code.h"
+#include "options/old_names.h"
 
 #include <vision/toolkit/failure.h>
 
 #include <CLI/CLI.hpp>
-#include <opencv2/core/utils/logger.hpp>
 #include <tarn/log.h>
 
+#include <algorithm>
 #include <cstdlib>
 #if defined(__GLIBC__)
 #include <malloc.h>
 #endif
-#include <iostream>
 #include <string>
 #include <vector>
 
 namespace {
 
 using tool::ExitCode;
+using vision::toolkit::Failure;
 
 /// Every pair needs the same images again. Left alone, the C library gives each back to the system, which
 /// then clears every page anew: a twentieth of the time of a sequence.
@@ -32,21 +35,48 @@ void keepFreedMemory()
 #endif
 }
 
-/// The tool turns every refusal of the library into a message of its own, so that the library's records
-/// would say everything twice. They come with --verbose, or as the environment variable TARN_LOG asks.
+/// The tool turns every refusal of the libraries into a message of its own, so that their records would say
+/// everything twice. They come with --verbose, or as the environment variable TARN_LOG asks.
 void setLogLevels(bool isVerbose)
 {
-    cv::utils::logging::setLogLevel(isVerbose ? cv::utils::logging::LOG_LEVEL_WARNING
-                                              : cv::utils::logging::LOG_LEVEL_SILENT);
-    if (!isVerbose && std::getenv("TARN_LOG") != nullptr) {
-        return;
+    if (isVerbose || std::getenv("TARN_LOG") == nullptr) {
+        const auto level = isVerbose ? tarn::LogLevel::Verbose : tarn::LogLevel::None;
+        for (const char* category : {"vision.stereo", "vision.stereo.calibration", "opencv"}) {
+            tarn::log::setLevel(category, level);
+        }
     }
-    const auto level = isVerbose ? tarn::LogLevel::Verbose : tarn::LogLevel::None;
-    tarn::log::setLevel("vision.stereo", level);
-    tarn::log::setLevel("vision.stereo.calibration", level);
+    tool::LibraryMessages::follow();
 }
 
-ExitCode runProgram(int argc, char** argv, tool::Console& console)
+std::string listCommands(const std::vector<tool::Command>& commands)
+{
+    std::string names;
+    for (const tool::Command& command : commands) {
+        names += (names.empty() ? "" : ", ") + command.options->get_name();
+    }
+    return names;
+}
+
+/// What the parser says, and what would be right: the help of the option that it speaks of, or the commands.
+Failure explain(const CLI::ParseError& error, const CLI::App& program,
+                const std::vector<tool::Command>& commands)
+{
+    const std::vector<CLI::App*> given = program.get_subcommands();
+    const std::string text = error.what();
+    if (given.empty()) {
+        return {"usage", {}, text + "; the commands are " + listCommands(commands)};
+    }
+    const std::size_t begin = text.find("--");
+    const std::size_t end = text.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789-", begin);
+    const CLI::Option* option = begin == std::string::npos
+                                    ? nullptr
+                                    : given.front()->get_option_no_throw(text.substr(begin, end - begin));
+    const std::string meaning =
+        option == nullptr ? "" : "; " + option->get_name() + " is: " + option->get_description();
+    return {"usage", {}, text + meaning + "; see 'stereovision " + given.front()->get_name() + " --help'"};
+}
+
+ExitCode runProgram(const std::vector<std::string>& arguments, tool::Console& console)
 {
     CLI::App program(
         "Calibrated stereo vision: from pairs of images to rectified images, disparity and depth.",
@@ -70,10 +100,12 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
     }
 
     try {
-        program.parse(argc, argv);
+        std::vector<std::string> reversed = tool::renewOptions(arguments, console);
+        std::reverse(reversed.begin(), reversed.end()); // as the parser wants them
+        program.parse(reversed);
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() != static_cast<int>(CLI::ExitCodes::Success)) {
-            throw vision::toolkit::Failure(std::string(error.what()) + "; see --help");
+            throw explain(error, program, commands);
         }
         program.exit(error); // prints the help or version that was asked for
         return ExitCode::AllDone;
@@ -87,25 +119,26 @@ ExitCode runProgram(int argc, char** argv, tool::Console& console)
             return command.run(console);
         }
     }
-    throw vision::toolkit::Failure("no subcommand given; see --help");
+    throw Failure("usage", {}, "no command given; the commands are " + listCommands(commands));
 }
 
 } // namespace
 
 int main(int argc, char** argv)
 {
-    // Some decoders of OpenCV complain on std::cerr; the user gets one message of ours, written to stderr.
-    std::cerr.rdbuf(nullptr);
+    tool::reserveStandardFiles();
+    tool::surviveFileSizeLimit();
+    const tool::LibraryMessages libraryMessages;
     keepFreedMemory();
     tool::Console console;
     ExitCode code = ExitCode::NothingDone;
     try {
-        code = runProgram(argc, argv, console);
+        code = runProgram({argv + std::min(argc, 1), argv + argc}, console);
     } catch (const std::exception& error) {
         console.error(vision::toolkit::describe(error));
     }
     if (!console.flush()) {
-        console.error("cannot write the results to standard output: is the disk full?");
+        console.error("cannot write the results to standard output: is the disk full, or was it closed?");
         code = code == ExitCode::AllDone ? ExitCode::SomeFailed : code;
     }
     return static_cast<int>(code);

@@ -124,6 +124,10 @@ TEST_F(Calibrate, WritesWhatCanBeTrustedOnly)
         {"--left images/right0[1-4].jpg --right images/left0[1-4].jpg", "refused", 2, 0, false},
         {"--left l.png --right r.png", "refused", 2, 2, false}, // for want of a board
     };
+    run("mkdir out; cp left.yml out; calibrate --force --left l.png --right r.png; c=$?; ls out; exit $c",
+        2,
+        HasSubstr("of another run"),
+        testing::EndsWith("\nleft.yml\n"));
     for (const Run& row : rows) {
         const std::string command =
             std::string("rm -rf out; calibrate --json --distortion 5 --fix k3,tangential --alpha 1 ") +

@@ -95,7 +95,7 @@ TEST_F(Depth, WritesTheSameDepthToAllFiles)
     }
     EXPECT_EQ(at, ply.size());
 
-    run("plane --force --write rectified,depth-png16,level-png --dense; ls out | tr '\\n' ' '",
+    run("plane --force --write rectified,depth-png16,level-picture --dense; ls out | tr '\\n' ' '",
         0,
         HasSubstr("colour"),
         HasSubstr(
@@ -106,7 +106,7 @@ TEST_F(Depth, WritesTheSameDepthToAllFiles)
     for (const bool isNear : {true, false}) { // in the range of colours, where near is red
         run(std::string("plane --force --write disparity-png --range ") + (isNear ? "10,20" : "20,30"),
             0,
-            HasSubstr("colour"));
+            AllOf(HasSubstr("is called disparity-picture now"), HasSubstr("is called --colour-range now")));
         const auto bgr = cv::imread(path("out/l-disparity.png")).at<cv::Vec3b>(120, 200);
         EXPECT_EQ(bgr[2] > bgr[0], isNear);
     }
@@ -209,7 +209,17 @@ TEST_F(Depth, PrintsJsonAndKeepsParameters)
         run(std::string("echo '") + json + "' >p.json; plane --params p.json", 2, HasSubstr(complaint));
     }
     run("plane --params none.json", 2, HasSubstr("none.json: cannot open"));
-    run("plane --force --save-params /dev/full", 2, HasSubstr("/dev/full: cannot write"));
+    run("plane --quiet --force; cp l.png kept; ln -s kept link; ln -s p.json linked.json", 0, "");
+    for (const std::string file : {"kept", "link --force", "/dev/full --force"}) {
+        run("plane --skip-existing --save-params " + file + "; cmp kept l.png && exit 2",
+            2,
+            AllOf(HasSubstr("stereovision: error: "), Not(HasSubstr("wrote"))),
+            "");
+    }
+    run("plane --skip-existing --window 9 --force --save-params p.json; cat p.json",
+        0,
+        "",
+        HasSubstr("\"window\": 9"));
 }
 
 TEST_F(Depth, DependsNeitherOnJobsNorOnShards)
@@ -236,11 +246,19 @@ TEST_F(Depth, DependsNeitherOnJobsNorOnShards)
             sequence +
             "--skip-existing; wc -c <c/both-000001-points.ply; rm c/both-000001-points.ply;"
             "OUTPUT=c " +
-            sequence + "--skip-existing --quiet; (cd c; md5sum *) | diff - a.md5 && OUTPUT=d " + sequence +
-            "--quiet --shard 1/1; (cd d; md5sum *) | diff - a.md5",
+            sequence +
+            "--skip-existing --quiet; rm c/both-000001-points.ply; echo foreign >c/both-000001-disparity.pfm;"
+            ": >c/both-000001-rectified.png; OUTPUT=c " +
+            sequence +
+            "--skip-existing --quiet; cat c/both-000001-disparity.pfm; cp a/both-000001-disparity.pfm c;"
+            "(cd c; md5sum *) | diff - a.md5 && OUTPUT=d " +
+            sequence + "--quiet --shard 1/1; (cd d; md5sum *) | diff - a.md5",
         0,
         testing::_,
-        AllOf(HasSubstr("\n2\n"), HasSubstr("\n1\n"), HasSubstr("both-000001: is there already")));
+        AllOf(HasSubstr("\n2\n"),
+              HasSubstr("\n1\n"),
+              HasSubstr("both-000001: is there already"),
+              testing::EndsWith("foreign\n")));
 }
 
 TEST_F(Depth, GoesOnAfterAnImageThatFails)
@@ -288,8 +306,9 @@ TEST_F(Depth, SaysWhatToChangeAndWritesNothing)
         {"plane --near 2m --far 1m", "near"},
         {"plane --algorithm census", "census"},
         {"plane --write disparity-gif", "disparity-gif"},
-        {"plane --range 5", "--range"},
-        {"plane --range 20,20", "--range"},
+        {"plane --colour-range 5", "--colour-range"},
+        {"plane --colour-range 20,20", "--colour-range"},
+        {"plane --colour-range 0,inf", "--colour-range"},
         {"plane --shard 3/2", "--shard"},
         {"plane --shard 0/2", "--shard"},
         {"plane --shard 1/2/3", "--shard"},

@@ -17,6 +17,10 @@
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <map>
+#include <set>
+#include <sys/syscall.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -24,11 +28,33 @@ using namespace vision::toolkit;
 using testing::HasSubstr;
 
 static bool hasLinks = true;
+static int callsLeft = -1; ///< until this process is killed, in functions that give names; negative for never
 
-/// Takes the place of the one in the C library, to play a file system without links.
+static void countCall()
+{
+    if (callsLeft-- == 0) {
+        _exit(1);
+    }
+}
+
+// These take the place of those in the C library, to play a kill, and a file system that only renames.
 extern "C" int link(const char* file, const char* secondName) noexcept
 {
+    countCall();
     return hasLinks ? linkat(AT_FDCWD, file, AT_FDCWD, secondName, 0) : (errno = EPERM, -1);
+}
+
+extern "C" int rename(const char* file, const char* name) noexcept
+{
+    countCall();
+    return renameat(AT_FDCWD, file, AT_FDCWD, name);
+}
+
+extern "C" int renameat2(int from, const char* file, int to, const char* name, unsigned flags) noexcept
+{
+    countCall();
+    return hasLinks ? static_cast<int>(syscall(SYS_renameat2, from, file, to, name, flags))
+                    : (errno = EINVAL, -1);
 }
 
 namespace {
@@ -36,22 +62,30 @@ namespace {
 namespace fs = std::filesystem;
 
 const std::string allNames =
-    "disparity-png,disparity-pfm,disparity-tiff,disparity-png16,depth-png,depth-png16,"
-    "depth-tiff,points-ply,rectified,rectified-rows,level-png";
+    "disparity-picture,disparity-pfm,disparity-tiff,disparity-png16,depth-picture,depth-png16,"
+    "depth-tiff,points-ply,rectified,rectified-rows,level-picture";
 const std::string allFiles =
     "a-disparity.png a-disparity.pfm a-disparity.tiff a-disparity16.png a-depth.png a-depth16.png "
     "a-depth.tiff a-points.ply a-rectified-left.png a-rectified-right.png a-rectified.png a-level.png ";
 constexpr std::ptrdiff_t fileCount = 12;
+
+template <typename Action>
+std::string codeOf(Action action)
+{
+    try {
+        action();
+    } catch (const Failure& failure) {
+        return failure.note().code;
+    }
+    return "";
+}
 
 class Output : public testing::Test
 {
 protected:
     std::string path(const std::string& name) const { return folder.path() + "/" + name; }
 
-    cv::Mat decode(const std::string& bytes) const
-    {
-        return cv::imdecode(std::vector<char>(bytes.begin(), bytes.end()), cv::IMREAD_UNCHANGED);
-    }
+    cv::Mat decode(const Bytes& bytes) const { return cv::imdecode(bytes, cv::IMREAD_UNCHANGED); }
 
     std::string save(const std::string& bytes, const std::string& name = "file") const
     {
@@ -66,8 +100,8 @@ TEST_F(Output, DisparitiesSurviveEveryFormat)
 {
     constexpr float none = INFINITY;
     const cv::Mat_<float> given({2, 5}, {0.0625F, 43.5F, none, NAN, 255.99F, 0.0019F, 256, -3, 1000, 0});
-    const auto expect = [&](const std::string& bytes, const cv::Mat_<float>& expected) {
-        const cv::Mat found = readDisparity(save(bytes), {}).disparity;
+    const auto expect = [&](const Bytes& bytes, const cv::Mat_<float>& expected) {
+        const cv::Mat found = readDisparity(save({bytes.begin(), bytes.end()}), {}).disparity;
         EXPECT_TRUE(support::areBitEqual(found, expected)) << found;
     };
     const cv::Mat_<float> floats({2, 5},
@@ -120,7 +154,8 @@ TEST_F(Output, ReadsEveryDialectOfFloatMaps)
 
 TEST_F(Output, SaysWhatIsWrongWithADisparityFile)
 {
-    const std::string whole = encodeDisparityTiff(cv::Mat(40, 40, CV_32F, cv::Scalar(3)));
+    const Bytes tiff = encodeDisparityTiff(cv::Mat(40, 40, CV_32F, cv::Scalar(3)));
+    const std::string whole(tiff.begin(), tiff.end());
     const auto png = [this](int type) {
         cv::imwrite(path("file.png"), cv::Mat(2, 2, type, cv::Scalar::all(7)));
         std::ifstream stream(path("file.png"), std::ios::binary);
@@ -162,7 +197,7 @@ TEST_F(Output, NamesItsFilesAsItIsTold)
                 testing::ElementsAre("a-disparity.pfm", "a-points.ply"));
     EXPECT_TRUE(OutputSet::makeDefault(true).needsDepth());
     EXPECT_FALSE(OutputSet::makeDefault(false).needsDepth());
-    for (const char* list : {"", "disparity", "disparity-png,", "disparity-png, points-ply"}) {
+    for (const char* list : {"", "disparity", "disparity-pfm,", "disparity-pfm, points-ply"}) {
         EXPECT_THAT(
             [list] { OutputSet::parse("--write", list); },
             testing::ThrowsMessage<Failure>(testing::AllOf(HasSubstr("--write"), HasSubstr(allNames))));
@@ -187,7 +222,7 @@ TEST_F(Output, SeveralThreadsWriteIntoOneFolder)
 {
     constexpr int pairs = 12;
     const OutputSet set = OutputSet::parse("--write", allNames);
-    const OutputFolder output(path("out"), false);
+    const OutputFolder output(path("out"));
     const auto work = [&](int first) {
         for (int pair = first; pair <= pairs; pair += 2) {
             const PairOutput written = writePairOutput(makeResults(pair), {}, set, output);
@@ -210,33 +245,130 @@ TEST_F(Output, SeveralThreadsWriteIntoOneFolder)
     }
 }
 
+/// The files that a folder holds and their first words; folders end in a slash.
+std::map<std::string, std::string> listFiles(const fs::path& folder)
+{
+    std::map<std::string, std::string> files;
+    for (const auto& entry : fs::directory_iterator(folder)) {
+        std::string& text = files[entry.path().filename().string() + (entry.is_directory() ? "/" : "")];
+        std::ifstream(entry.path()) >> text;
+    }
+    return files;
+}
+
 TEST_F(Output, BringsBackWhatIsOverwrittenWhenALaterFileFails)
 {
     for (const bool linksExist : {true, false}) {
         hasLinks = linksExist;
-        fs::create_directory(path("kept"));
-        save("precious", "kept/old");
+        save("precious", "old");
+        fs::permissions(path("old"), fs::perms(0640));
+        const auto before = listFiles(folder.path());
         {
-            const OutputFolder output(path("kept"), true);
+            const OutputFolder output(folder.path(), ExistingFile::Replace);
             OutputFiles files(output);
-            files.write("old", "replaced");
-            files.write("new", "made");
-            (void)files.stage("lost"); // never written
+            files.write("old", std::string("replaced"));
+            files.write("new", std::string("made"));
+            files.write("lost", std::string("made"));
+            fs::create_directory(path("lost")); // while it is computed
             EXPECT_THAT([&] { files.commit(); },
-                        testing::ThrowsMessage<Failure>(HasSubstr("kept/lost: cannot write")));
+                        testing::ThrowsMessage<Failure>(HasSubstr("lost: cannot write")));
         }
-        EXPECT_EQ(std::distance(fs::directory_iterator(path("kept")), {}), 1);
-        std::string text;
-        EXPECT_TRUE(std::ifstream(path("kept/old")) >> text && text == "precious");
+        fs::remove(path("lost"));
+        EXPECT_EQ(listFiles(folder.path()), before);
+
+        const OutputFolder output(folder.path(), ExistingFile::Replace);
+        OutputFiles files(output);
+        files.write("old", std::string("replaced"));
+        files.commit();
+        EXPECT_EQ(fs::status(path("old")).permissions(), fs::perms(0640));
     }
     hasLinks = true;
+}
+
+TEST_F(Output, IsCompleteOrAbsentWhereverARunIsKilled)
+{
+    using Files = std::map<std::string, std::string>;
+    const std::string results = path("out");
+    for (const bool replaces : {false, true}) {
+        const ExistingFile existing = replaces ? ExistingFile::Replace : ExistingFile::Refuse;
+        const Files before = replaces ? Files{{"a", "old"}, {"b", "old"}} : Files{};
+        const Files after{{"a", "new"}, {"b", "new"}};
+        std::set<bool> seen;
+        int status = 1;
+        for (int calls = 0; status != 0; ++calls) {
+            hasLinks = calls % 2 == 0;
+            fs::create_directory(results);
+            for (const auto& [name, text] : before) {
+                save(text, "out/" + name);
+            }
+            const pid_t run = fork();
+            if (run == 0) {
+                callsLeft = calls / 2;
+                const OutputFolder output(results, existing);
+                OutputFiles files(output);
+                files.write("a", std::string("new"));
+                files.write("b", std::string("new"));
+                files.commit();
+                _exit(0);
+            }
+            waitpid(run, &status, 0);
+            const OutputFolder next(results, existing);
+            const Files found = listFiles(results);
+            EXPECT_TRUE(found == before || found == after) << calls;
+            EXPECT_EQ(next.notes().size(), status == 0 ? 0U : 1U);
+            seen.insert(found == after);
+            fs::remove_all(results);
+        }
+        EXPECT_EQ(seen.size(), 2U);
+    }
+    hasLinks = true;
+}
+
+TEST_F(Output, LeavesAloneWhatIsNotItsOwn)
+{
+    const OutputFolder output(folder.path());
+    OutputFiles files(output);
+    files.write("a", std::string("new"));
+    fs::create_directory(path(".unfinished-symphony"));
+    fs::create_directory(path(".finishing-0123456789abcdef"));
+    save("late", ".finishing-0123456789abcdef/b");
+    save("foreign", "b");
+    const OutputFolder other(folder.path()); // while files are open in the first
+    ASSERT_EQ(other.notes().size(), 1U);
+    EXPECT_THAT(toText(other.notes().front()), HasSubstr(".finishing-0123456789abcdef: holds results"));
+    files.commit();
+    fs::create_symlink("b", path("link"));
+    fs::create_symlink("none", path("dangling"));
+    save("", "empty");
+    EXPECT_EQ(listFiles(folder.path())["a"], "new");
+    EXPECT_TRUE(fs::exists(path(".unfinished-symphony")));
+
+    const std::pair<const char*, const char*> rows[] = {
+        {"link", "not-a-file"}, {"dangling", "not-a-file"}, {".unfinished-symphony", "not-a-file"}};
+    const OutputFolder replacing(folder.path(), ExistingFile::Replace);
+    for (const auto& [name, code] : rows) {
+        EXPECT_EQ(codeOf([&, file = name] { replacing.requireFree(file); }), code) << name;
+        EXPECT_EQ(codeOf([&, file = name] { output.requireFree(file); }), "file-exists") << name;
+    }
+    EXPECT_EQ(codeOf([&] { output.requireFree(std::string(256, 'x')); }), "name-unusable");
+    const OutputFolder keeping(folder.path(), ExistingFile::Keep);
+    EXPECT_TRUE(keeping.keeps("b") && !keeping.keeps("empty") && !keeping.keeps(".unfinished-symphony"));
+    OutputFiles more(keeping);
+    more.write("empty", std::string("filled"));
+    more.write("b", std::string("mine"));
+    EXPECT_EQ(codeOf([&] { more.commit(); }), "write-failed");
+    EXPECT_EQ(listFiles(folder.path())["b"], "foreign");
+    EXPECT_EQ(listFiles(folder.path())["empty"], "");
+    OutputFiles longest(output);
+    longest.write(std::string(255, 'x'), std::string("fits"));
+    EXPECT_EQ(longest.commit().size(), 1U);
 }
 
 TEST_F(Output, RefusesCalibrationsThatAreReadBackOtherwise)
 {
     vision::Calibration calibration;
     calibration.cameraMatrix = cv::Mat(3, 3, CV_32F, cv::Scalar(NAN)); // which equals nothing
-    const OutputFolder output(path("out"), false);
+    const OutputFolder output(path("out"));
     OutputFiles files(output);
     EXPECT_THAT([&] { saveCalibration(calibration, "left.yml", files); },
                 testing::ThrowsMessage<Failure>(HasSubstr("left.yml: cannot write the file in full")));
@@ -246,7 +378,7 @@ TEST_F(Output, RefusesDepthsThatAreNotKnown)
 {
     PairResults results = makeResults(1);
     results.points.release();
-    const OutputFolder output(path("out"), false);
+    const OutputFolder output(path("out"));
     EXPECT_THAT([&] { writePairOutput(results, {}, OutputSet::makeDefault(true), output); },
                 testing::ThrowsMessage<Failure>(HasSubstr("calibrations")));
     EXPECT_EQ(writePairOutput(results, {}, OutputSet::makeDefault(false), output).files.size(), 3U);

@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <vision/toolkit/failure.h>
 #include <vision/toolkit/output/pictures.h>
 
 #include <gtest/gtest.h>
@@ -51,6 +52,23 @@ TEST(Pictures, OneRangeGivesOneColourForOneValue)
     }
     // Each for itself, the same value gets another colour.
     EXPECT_NE(at(drawDisparity(first, {}, {}), 2), at(drawDisparity(second, {}, {}), 2));
+}
+
+TEST(Pictures, RefusesRangesThatNoLegendCanShow)
+{
+    const cv::Mat_<float> disparity({1, 3}, {10, 20, 40});
+    constexpr double infinity = std::numeric_limits<double>::infinity();
+    for (const auto& [low, high] : {std::pair(0.0, infinity),
+                                    std::pair(-1e308, 1e308),
+                                    std::pair(1e17, 1.0000000000000002e17),
+                                    std::pair(5.0, 5.0001),
+                                    std::pair(NAN, 5.0)}) {
+        PictureScale scale;
+        scale.disparity = ColourRange{low, high};
+        EXPECT_THROW(drawDisparity(disparity, {}, scale), vision::toolkit::Failure) << low;
+        scale.depth = ColourRange{1e17, 1.0000000000000002e17}; // as a far range gives
+        EXPECT_FALSE(drawDepth(disparity, {}, scale).empty());
+    }
 }
 
 TEST(Pictures, NearIsRedInDisparityAndInDepth)

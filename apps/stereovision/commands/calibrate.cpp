@@ -111,6 +111,9 @@ void tell(const CalibrationReport& report, bool isWritten, Console& console)
 std::vector<fs::path> write(const Outcome& outcome, const std::string& json, bool isWritten,
                             const OutputFolder& folder)
 {
+    if (!isWritten && (folder.has(leftName) || folder.has(rightName))) {
+        return {}; // which would belong to another report
+    }
     OutputFiles output(folder);
     if (isWritten) {
         saveCalibration(outcome.report.result->records.left, leftName, output);
@@ -147,7 +150,8 @@ ExitCode runCalibrate(const CalibrateOptions& options, Console& console)
     requireComplete(options.board);
     const auto pairs = openPairs(options.input);
     console.notes(pairs->notes());
-    const OutputFolder folder(options.output.folder, options.output.force);
+    const OutputFolder folder(options.output.folder, options.output.existing());
+    console.notes(folder.notes());
     requireFree(folder, *pairs);
     const Outcome outcome = calibrate(*pairs, options, console);
     const CalibrationReport& report = outcome.report;
@@ -155,9 +159,13 @@ ExitCode runCalibrate(const CalibrateOptions& options, Console& console)
     const std::string json = formatReportJson(report);
     const auto files = write(outcome, json, isWritten, folder);
 
+    if (files.empty()) {
+        console.note("the report was not written, since " + folder.path().string() +
+                     " holds the calibration of another run; choose another --output");
+    }
     tell(report, isWritten, console);
     if (options.json) {
-        console.result(json.substr(0, json.size() - 1)); // which ends the line itself
+        console.json(json.substr(0, json.size() - 1)); // which ends the line itself
     } else {
         print(report, files, console);
     }

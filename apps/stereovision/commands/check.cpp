@@ -137,7 +137,8 @@ void correct(const Checks& checks, const CalibrationCheck& check, const Calibrat
         fmt::format("row offset of the pairs held back: {:.2f} px before, {:.2f} px after the correction",
                     correction->before,
                     correction->after));
-    const OutputFolder folder(options.folder, options.force);
+    const OutputFolder folder(options.folder, options.existing());
+    console.notes(folder.notes());
     OutputFiles output(folder);
     saveCalibration(calibrations.left, "left.yml", output);
     saveCalibration(correction->right, "right.yml", output);
@@ -178,7 +179,7 @@ ExitCode runCheck(const CheckOptions& options, Console& console)
     const Checks checks = checkPairs(*sequence, calibrations, options, console);
     const CalibrationCheck check = judgeCalibration(checks.pairs, calibrations);
     if (options.json) {
-        console.result(toJson(checks.pairs, check));
+        console.json(toJson(checks.pairs, check));
     } else {
         print(checks.pairs, check, console);
     }

@@ -53,7 +53,8 @@ void write(const CalibrationPair& pair, Target target, OutputFiles& output)
 ExitCode runConvert(const ConvertOptions& options, Console& console)
 {
     const CalibrationPair pair = readForeign(options.files, options.details);
-    const OutputFolder folder(options.output.folder, options.output.force);
+    const OutputFolder folder(options.output.folder, options.output.existing());
+    console.notes(folder.notes());
     OutputFiles output(folder);
     write(pair, options.target, output);
     for (const auto& file : output.commit()) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/commands.h"
 #include "options/matching_options.h"
+#include "options/named_file.h"
+#include "options/old_names.h"
 #include "options/output_options.h"
 #include "options/pair_options.h"
 #include "options/parameter_file.h"
@@ -44,7 +46,7 @@ const std::vector<std::string> parameters{
     "algorithm",     "window",        "trust",          "confidence", "uniqueness", "speckle-window",
     "speckle-range", "prefilter-cap", "prefilter-size", "near",       "far",        "texture-threshold",
     "max-depth",     "disparities",   "min-disparity",  "dense",      "plain",      "resize",
-    "write",         "range"};
+    "write",         "colour-range"};
 
 /// The size of the first image that can be read, for which numbers in px hold.
 cv::Size findImageSize(PairSequence& pairs)
@@ -94,10 +96,12 @@ std::optional<ColourRange> parseColours(const std::vector<double>& colours)
     if (colours.empty()) {
         return std::nullopt;
     }
-    if (colours.size() != 2 || !(colours[0] < colours[1])) {
-        throw Failure("--range: give the smallest and the largest disparity of the colours, such as 20,160");
+    if (colours.size() != 2) {
+        throw Failure("colour-range", "--colour-range", "takes two numbers");
     }
-    return ColourRange{colours[0], colours[1]};
+    const ColourRange range{colours[0], colours[1]};
+    requireUsable(range);
+    return range;
 }
 
 /// Tells of each pair, and counts.
@@ -111,7 +115,7 @@ public:
         ++_pairs;
         _failed += report.error ? 1 : 0;
         if (_options.json) {
-            _console.result(toJson(report));
+            _console.json(toJson(report));
         }
         if (report.error) {
             _console.error(*report.error);
@@ -158,20 +162,27 @@ private:
     std::size_t _failed = 0;
 };
 
+/// A run that is continued leaves alone what is there, even if it is not its own.
+ExistingFile chooseExisting(const DepthOptions& options)
+{
+    return options.skipExisting && !options.output.force ? ExistingFile::Keep : options.output.existing();
+}
+
 ExitCode runDepth(CLI::App& app, DepthOptions& options, Console& console)
 {
     if (!options.parameterFile.empty()) {
-        applyParameterFile(app, parameters, options.parameterFile);
+        applyParameterFile(app, parameters, options.parameterFile, console);
     }
     const auto pairs = openPairs(options.input);
     const Rig rig = makeRig(options, *pairs);
     const double factor = options.matching.resize;
     pairs->limitSize({cvCeil(rig.size.width / factor), cvCeil(rig.size.height / factor)});
     console.notes(pairs->notes());
-    const OutputSet products = options.products.empty() ? OutputSet::makeDefault(rig.calibrations.has_value())
-                                                        : OutputSet::parse("--write", options.products);
+    const OutputSet products = options.products.empty()
+                                   ? OutputSet::makeDefault(rig.calibrations.has_value())
+                                   : OutputSet::parse("--write", renewProducts(options.products, console));
     if (products.needsDepth() && !rig.calibrations) {
-        throw Failure("--write: depth and points of rectified images need --focal and --baseline");
+        throw Failure("no-depth", "--write", "depth and points of rectified images need more to be known");
     }
     const DepthRun run{rig,
                        makeSettings(options.matching),
@@ -181,13 +192,19 @@ ExitCode runDepth(CLI::App& app, DepthOptions& options, Console& console)
                        options.run.shard,
                        options.run.jobs,
                        options.skipExisting};
-    const OutputFolder folder(options.output.folder, options.output.force || options.skipExisting);
+    std::optional<NamedFile> savedParameters;
+    if (!options.savedParameterFile.empty()) {
+        savedParameters.emplace(options.savedParameterFile, options.output.existing());
+        console.notes(savedParameters->notes());
+    }
+    const OutputFolder folder(options.output.folder, chooseExisting(options));
+    console.notes(folder.notes());
     Reporter reporter(options, console);
     console.startProgress("computing depth", selectShard(pairs->size(), run.shard).size());
     vision::toolkit::runDepth(
         *pairs, run, folder, [&reporter](const PairReport& report) { reporter.tell(report); });
-    if (!options.savedParameterFile.empty()) {
-        saveParameterFile(app, parameters, options.savedParameterFile);
+    if (savedParameters) {
+        savedParameters->write(formatParameters(app, parameters));
     }
     return reporter.exitCode();
 }
@@ -197,20 +214,32 @@ void addResultOptions(CLI::App& app, DepthOptions& options)
     constexpr const char* group = "Results";
     addOutputOptions(app, "the results", options.output);
     app.add_option(
-           "--write", options.products, "What is written, a list with commas: " + OutputSet::listNames())
+           "--write",
+           options.products,
+           "What is written, a list with commas of " + OutputSet::listNames() +
+               "; when not given rectified-rows,disparity-picture,disparity-pfm and, where depths are "
+               "known, points-ply")
         ->type_name("LIST")
         ->group(group);
-    app.add_option("--range", options.colours, "Disparities at both ends of the colours of pictures")
+    app.add_option(
+           "--colour-range",
+           options.colours,
+           "Disparities at both ends of the colours of pictures, px of the calibration's size; when not "
+           "given those of the search, or of a single pair its own")
         ->delimiter(',')
         ->type_name("LOW,HIGH")
         ->group(group);
-    app.add_flag("--json", options.json, "Print one JSON object for each pair")->group(group);
-    app.add_flag("--quiet", options.quiet, "Print errors only")->group(group);
-    app.add_option("--params", options.parameterFile, "Take options of matching from this JSON file")
+    app.add_flag("--json", options.json, "Print one JSON object for each pair, in place of lines")
+        ->group(group);
+    app.add_flag("--quiet", options.quiet, "Print errors only, no results and no notes")->group(group);
+    app.add_option("--params",
+                   options.parameterFile,
+                   "Take options of matching that are not given from this JSON file")
         ->type_name("FILE")
         ->group(group);
-    app.add_option(
-           "--save-params", options.savedParameterFile, "Write the options of matching that were given")
+    app.add_option("--save-params",
+                   options.savedParameterFile,
+                   "Write the options of matching that were given to a new JSON file")
         ->type_name("FILE")
         ->group(group);
 }
@@ -227,8 +256,9 @@ Command addDepth(CLI::App& program)
     addResultOptions(*app, *options);
     addMatchingOptions(*app, options->matching);
     addRunOptions(*app, options->run);
-    app->add_flag(
-           "--skip-existing", options->skipExisting, "Leave out pairs whose files are there: continue a run")
+    app->add_flag("--skip-existing",
+                  options->skipExisting,
+                  "Continue a run: of pairs whose files are there make only those that are missing")
         ->group("Sequences");
     app->footer("Nothing but images and calibrations is needed: the range is found from the images. Images "
                 "may be smaller\n"

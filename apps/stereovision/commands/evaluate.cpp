@@ -2,6 +2,7 @@
 #include "commands/commands.h"
 #include "options/numbers.h"
 #include "options/pair_options.h"
+#include "options/named_file.h"
 
 #include <vision/toolkit/evaluation/evaluation.h>
 #include <vision/toolkit/failure.h>
@@ -71,33 +72,22 @@ Evaluation compare(const Images& images, const EvaluateOptions& options)
     }
 }
 
-/// A picture that is written to a file of its own.
-class PictureFile
+/// The file of the picture, if one is asked for.
+std::unique_ptr<NamedFile> openPicture(const EvaluateOptions& options, Console& console)
 {
-public:
-    PictureFile(const std::filesystem::path& file, bool mayOverwrite)
-        : _name(file.filename().string()),
-          _folder(file.has_parent_path() ? file.parent_path() : ".", mayOverwrite, pictureOption)
-    {
-        if (file.extension() != ".png") {
-            throw Failure("picture-name",
-                          std::string(pictureOption) + " " + file.string(),
-                          "is written as PNG, so its name must end in .png");
-        }
-        _folder.requireFree(_name);
+    if (options.picture.empty()) {
+        return nullptr;
     }
-
-    void write(const cv::Mat& picture) const
-    {
-        OutputFiles output(_folder);
-        output.write(_name, encodePng(picture));
-        output.commit();
+    if (std::filesystem::path(options.picture).extension() != ".png") {
+        throw Failure("not-a-png",
+                      fmt::format("{} {}", pictureOption, options.picture),
+                      "is written as PNG, so its name must end in .png");
     }
-
-private:
-    std::string _name;
-    OutputFolder _folder;
-};
+    auto picture = std::make_unique<NamedFile>(options.picture,
+                                               options.force ? ExistingFile::Replace : ExistingFile::Refuse);
+    console.notes(picture->notes());
+    return picture;
+}
 
 /// "bad-0.5".
 std::string nameOf(double limit)
@@ -152,20 +142,17 @@ std::string toJson(const Evaluation& result)
 
 ExitCode runEvaluate(const EvaluateOptions& options, Console& console)
 {
-    std::optional<PictureFile> picture;
-    if (!options.picture.empty()) {
-        picture.emplace(options.picture, options.force);
-    }
+    const auto picture = openPicture(options, console);
     const Images images = readImages(options);
     const Evaluation result = compare(images, options);
     for (const Note& note : judgeUnits(images.disparity, images.truth, images.mask)) {
         console.note(about(options.disparity, note));
     }
     if (picture) {
-        picture->write(drawError(images.disparity, images.truth, images.mask));
+        picture->write(encodePng(drawError(images.disparity, images.truth, images.mask)));
     }
     if (options.json) {
-        console.result(toJson(result));
+        console.json(toJson(result));
         return ExitCode::AllDone;
     }
     report(result, console);
@@ -188,13 +175,18 @@ Command addEvaluate(CLI::App& program)
         1e-6,
         1e6)
         ->type_name("PX");
-    app->add_option("--mask", options->mask, "Image that is black in the pixels that do not count")
+    app->add_option("--mask",
+                    options->mask,
+                    "Grey image that is black in the pixels that do not count; without it all do")
         ->type_name("FILE");
-    app->add_option(pictureOption, options->picture, "PNG to draw the error of every pixel to")
+    app->add_option(
+           pictureOption, options->picture, "PNG to draw the error of every pixel to; none without it")
         ->type_name("FILE");
     addPixelLimit(*app, options->limits);
-    app->add_flag("--json", options->json, "Print one JSON object, with shares from 0 to 1");
-    app->add_flag("--force", options->force, "Overwrite an existing picture");
+    app->add_flag("--json",
+                  options->json,
+                  "Print one JSON object, with shares from 0 to 1, in place of lines with percent");
+    app->add_flag("--force", options->force, "Overwrite an existing picture; without it that is an error");
     app->footer(
         "Images with floats are in px; of 16 bits, in 1/256 px; 0, negative or not finite for no value.\n"
         "bad-X: error above X px. d1: above 3 px and 5 % of the truth. Of all: of the pixels with truth,\n"

@@ -29,7 +29,8 @@ ExitCode runRectify(const RectifyOptions& options, Console& console)
     const RectificationRun run{options.calibrations.load(), options.run.shard, options.run.jobs};
     pairs->limitSize({run.calibrations.left.width, run.calibrations.left.height});
     console.notes(pairs->notes());
-    const OutputFolder folder(options.output.folder, options.output.force);
+    const OutputFolder folder(options.output.folder, options.output.existing());
+    console.notes(folder.notes());
     std::size_t done = 0;
     std::size_t failed = 0;
     console.startProgress("rectifying", selectShard(pairs->size(), run.shard).size());

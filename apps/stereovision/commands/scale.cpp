@@ -47,7 +47,8 @@ vision::Calibration scale(const std::string& file, const cv::Size& size)
 
 ExitCode runScale(const ScaleOptions& options, Console& console)
 {
-    const OutputFolder folder(options.output.folder, options.output.force);
+    const OutputFolder folder(options.output.folder, options.output.existing());
+    console.notes(folder.notes());
     OutputFiles output(folder);
     for (const std::string& file : options.files) {
         const std::string name = std::filesystem::path(file).filename().string();

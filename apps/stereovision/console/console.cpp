@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "console/console.h"
 
+#include "console/printable.h"
 #include "console/ways_out.h"
 
 #include <fmt/format.h>
@@ -21,8 +22,13 @@ Console::~Console()
 
 void Console::result(const std::string& line)
 {
+    json(toPrintable(line));
+}
+
+void Console::json(const std::string& text)
+{
     eraseProgress();
-    std::printf("%s\n", line.c_str());
+    std::printf("%s\n", text.c_str());
     std::fflush(stdout); // keeps the order when stdout and stderr meet in one place
     drawProgress();
 }
@@ -79,7 +85,7 @@ bool Console::flush()
 void Console::tell(const char* kind, const std::string& text)
 {
     eraseProgress();
-    std::fprintf(stderr, "stereovision: %s: %s\n", kind, text.c_str());
+    std::fprintf(stderr, "stereovision: %s: %s\n", kind, toPrintable(text).c_str());
     drawProgress();
 }
 

@@ -21,8 +21,11 @@ public:
     Console(const Console&) = delete;
     Console& operator=(const Console&) = delete;
 
-    /// Prints a line of the result.
+    /// Prints a line of the result. Here and in all messages, what a terminal would obey is shown escaped.
     void result(const std::string& line);
+
+    /// Prints JSON as it is, which escapes for itself.
+    void json(const std::string& text);
 
     /// Tells what the user should know although all is well, with the option that is the way out. The same
     /// text is told once only.

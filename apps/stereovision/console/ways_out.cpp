@@ -13,6 +13,9 @@ const std::map<std::string, std::string>& waysOut()
     static const std::string calibrate = "'stereovision calibrate' makes a new one";
     static const std::map<std::string, std::string> ways{
         // files and output
+        {"file-exists", "add --force to overwrite it, or choose another name or folder"},
+        {"colour-range", "give --colour-range the smallest and the largest disparity in px, such as 20,160"},
+        {"no-depth", "with --rectified, that is --focal and --baseline"},
 
         // input
         {"beyond-bit-depth", "state the bits of the cameras with --bits"},

@@ -10,7 +10,8 @@ void addOutputOptions(CLI::App& app, const std::string& contents, OutputOptions&
         ->required()
         ->type_name("DIR")
         ->group(group);
-    app.add_flag("--force", options.force, "Overwrite existing files")->group(group);
+    app.add_flag("--force", options.force, "Overwrite existing files; without it they are an error")
+        ->group(group);
 }
 
 } // namespace tool

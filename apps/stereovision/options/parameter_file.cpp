@@ -1,14 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "options/parameter_file.h"
 
+#include "options/old_names.h"
+
 #include <vision/toolkit/failure.h>
 #include <vision/toolkit/files/text_file.h>
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <cerrno>
+#include <cstdint>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 namespace tool {
@@ -18,12 +23,16 @@ namespace {
 using Json = nlohmann::ordered_json;
 using vision::toolkit::Failure;
 
+Failure makeFailure(const std::string& file, const std::string& text)
+{
+    return {"parameter-file", "--params " + file, text};
+}
+
 Json readObject(const std::string& file)
 {
     Json json = Json::parse(vision::toolkit::readTextFile(file), nullptr, false);
     if (!json.is_object()) {
-        throw Failure("--params " + file +
-                      R"(: is no JSON object, such as {"algorithm": "bm", "window": 15})");
+        throw makeFailure(file, R"(is no JSON object, such as {"algorithm": "bm", "window": 15})");
     }
     return json;
 }
@@ -40,8 +49,8 @@ void setOption(CLI::Option& option, const std::string& file, const Json& value)
     }
     const bool isFlag = option.get_expected_min() == 0;
     if (isFlag != value.is_boolean() || value.is_structured() || value.is_null()) {
-        throw Failure("--params " + file + ": " + option.get_name() +
-                      (isFlag ? " must be true or false" : " must be a number or a text"));
+        throw makeFailure(
+            file, option.get_name() + (isFlag ? " must be true or false" : " must be a number or a text"));
     }
     if (isFlag && !value.get<bool>()) {
         return;
@@ -50,7 +59,7 @@ void setOption(CLI::Option& option, const std::string& file, const Json& value)
         option.add_result(toText(value));
         option.run_callback();
     } catch (const CLI::ParseError& error) {
-        throw Failure("--params " + file + ": " + error.what());
+        throw makeFailure(file, error.what() + std::string("; ") + option.get_description());
     }
 }
 
@@ -67,22 +76,23 @@ Json toJson(const CLI::Option& option)
 
 } // namespace
 
-void applyParameterFile(CLI::App& app, const std::vector<std::string>& parameters, const std::string& file)
+void applyParameterFile(CLI::App& app, const std::vector<std::string>& parameters, const std::string& file,
+                        Console& console)
 {
-    const std::string place = "--params " + file + ": ";
     const Json json = readObject(file);
     for (const auto& entry : json.items()) {
-        const std::string& name = entry.key();
+        const std::string name = renewParameter(entry.key(), console);
         if (std::find(parameters.begin(), parameters.end(), name) == parameters.end()) {
-            throw Failure(
-                std::string(place).append("no parameter of matching is called \"" + name + "\"; see --help"));
+            throw makeFailure(file,
+                              fmt::format("no parameter of matching is called \"{}\"; there are {}",
+                                          name,
+                                          fmt::join(parameters, ", ")));
         }
-        setOption(*app.get_option(std::string("--").append(name)), file, entry.value());
+        setOption(*app.get_option("--" + name), file, entry.value());
     }
 }
 
-void saveParameterFile(const CLI::App& app, const std::vector<std::string>& parameters,
-                       const std::string& file)
+std::string formatParameters(const CLI::App& app, const std::vector<std::string>& parameters)
 {
     Json json = Json::object();
     for (const std::string& name : parameters) {
@@ -91,13 +101,7 @@ void saveParameterFile(const CLI::App& app, const std::vector<std::string>& para
             json[name] = toJson(*option);
         }
     }
-    errno = 0;
-    std::ofstream stream(file);
-    stream << json.dump(2) << '\n';
-    stream.close();
-    if (!stream) {
-        throw Failure("--save-params " + file + ": cannot write the file: " + std::strerror(errno));
-    }
+    return json.dump(2) + "\n";
 }
 
 } // namespace tool

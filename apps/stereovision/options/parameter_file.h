@@ -2,6 +2,8 @@
 #ifndef TOOL_OPTIONS_PARAMETER_FILE_H
 #define TOOL_OPTIONS_PARAMETER_FILE_H
 
+#include "console/console.h"
+
 #include <CLI/CLI.hpp>
 
 #include <string>
@@ -13,12 +15,11 @@ namespace tool {
 /// values.
 /// @param parameters names of the options that may be set so
 /// @throws Failure naming the file and what is wrong with it
-void applyParameterFile(CLI::App& app, const std::vector<std::string>& parameters, const std::string& file);
+void applyParameterFile(CLI::App& app, const std::vector<std::string>& parameters, const std::string& file,
+                        Console& console);
 
-/// Writes the options that were given, in a form that applyParameterFile() takes.
-/// @throws Failure when the file cannot be written
-void saveParameterFile(const CLI::App& app, const std::vector<std::string>& parameters,
-                       const std::string& file);
+/// The options that were given, as a file that applyParameterFile() takes.
+std::string formatParameters(const CLI::App& app, const std::vector<std::string>& parameters);
 
 } // namespace tool
 

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/files/output_files.h>
 
+#include "files/staging.h"
+
 #include <vision/toolkit/failure.h>
 
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
-#include <fstream>
-#include <unistd.h>
+#include <sys/stat.h>
 
 namespace vision::toolkit {
 
@@ -14,125 +16,127 @@ namespace fs = std::filesystem;
 
 namespace {
 
-/// The folders on the way to this one that do not exist yet, outermost first.
-std::vector<fs::path> findMissing(const fs::path& folder)
+/// @param error as in errno
+Failure makeFailure(const fs::path& file, int error)
 {
-    std::vector<fs::path> missing;
-    std::error_code ignored;
-    for (fs::path path = folder; !path.empty() && !fs::exists(path, ignored); path = path.parent_path()) {
-        missing.insert(missing.begin(), path);
-    }
-    return missing;
-}
-
-/// Gives a file, if there is one, a second name.
-void keep(const fs::path& file, const fs::path& secondName)
-{
-    std::error_code error;
-    fs::create_hard_link(file, secondName, error);
-    if (error) { // some file systems have no links
-        fs::copy_file(file, secondName, error);
-    }
+    return {"write-failed",
+            file.string(),
+            std::string("cannot write the file: ") + std::strerror(error) +
+                "; free space or choose another folder"};
 }
 
 } // namespace
 
-OutputFolder::OutputFolder(const fs::path& folder, bool mayOverwrite, const std::string& option)
-    : _path(folder), _mayOverwrite(mayOverwrite), _option(option), _made(findMissing(folder))
+/// Moves files to their names and back.
+class OutputFiles::Staging : public StagingFolder
 {
-    const std::string name = option + " " + folder.string();
-    std::error_code error;
-    fs::create_directories(folder, error);
-    if (error) {
-        throw Failure(name + ": cannot make the folder: " + error.message() + "; choose another one");
-    }
-    if (!fs::is_directory(folder, error)) {
-        throw Failure(name + ": is not a folder; choose another name");
-    }
-    if (access(folder.c_str(), W_OK | X_OK) != 0) {
-        throw Failure(name + ": cannot write into the folder: " + std::strerror(errno) +
-                      "; choose another one");
-    }
-}
+public:
+    using StagingFolder::StagingFolder;
 
-OutputFolder::~OutputFolder()
-{
-    for (auto made = _made.rbegin(); made != _made.rend(); ++made) {
-        std::error_code ignored; // a folder that holds something stays
-        fs::remove(*made, ignored);
+    /// @return false with errno
+    bool place(const std::string& name, const OutputFolder& folder) const
+    {
+        const fs::path final = folder.path() / name;
+        if (!folder.mayReplace(name)) {
+            return renameNew(file(name), final);
+        }
+        copyOwnership(final, file(name));
+        return putAside(name, final) && rename(file(name).c_str(), final.c_str()) == 0;
     }
-}
 
-void OutputFolder::requireFree(const std::string& name) const
-{
-    const fs::path file = _path / name;
-    std::error_code ignored;
-    const fs::file_status status = fs::status(file, ignored);
-    if (!fs::exists(status)) {
-        return;
+    /// Undoes place(), also where it failed.
+    void bringBack(const std::string& name, const OutputFolder& folder)
+    {
+        const fs::path final = folder.path() / name;
+        if (rename(previous(name).c_str(), final.c_str()) == 0) {
+            return;
+        }
+        struct stat waiting = {};
+        if (errno != ENOENT && errno != ENOTDIR) {
+            abandon(); // rather than lose what was there
+        } else if (lstat(file(name).c_str(), &waiting) != 0) {
+            unlink(final.c_str());
+        }
     }
-    if (!_mayOverwrite) {
-        throw Failure(file.string() + ": exists already; add --force to overwrite it or choose another " +
-                      _option);
-    }
-    if (!fs::is_regular_file(status)) {
-        throw Failure(file.string() + ": is not a file that can be overwritten; choose another " + _option);
-    }
-}
 
-OutputFiles::~OutputFiles()
-{
-    for (const File& file : _files) {
-        std::error_code ignored;
-        fs::remove(file.temporary, ignored);
-        fs::remove(file.previous, ignored);
+private:
+    /// Keeps what has the name, if there is something, under a second one.
+    bool putAside(const std::string& name, const fs::path& final) const
+    {
+        struct stat old = {};
+        if (lstat(final.c_str(), &old) != 0) {
+            return errno == ENOENT;
+        }
+        if (!S_ISREG(old.st_mode)) {
+            errno = EEXIST;
+            return false;
+        }
+        makePrevious();
+        // Where the file system has no links the name is free for a moment; nothing is ever copied.
+        return link(final.c_str(), previous(name).c_str()) == 0 ||
+               rename(final.c_str(), previous(name).c_str()) == 0;
     }
-}
+};
+
+OutputFiles::OutputFiles(const OutputFolder& folder) : _folder(folder) {}
+
+OutputFiles::~OutputFiles() = default;
 
 fs::path OutputFiles::stage(const std::string& name)
 {
     _folder.requireFree(name);
-    // The name keeps its end: OpenCV takes the format of a file from it.
-    const std::string suffix = std::to_string(getpid()) + "-" + name;
-    _files.push_back({_folder.path() / (".unfinished-" + suffix),
-                      _folder.path() / name,
-                      _folder.path() / (".previous-" + suffix)});
-    return _files.back().temporary;
+    if (!_staging) {
+        _staging = std::make_unique<Staging>(_folder.path());
+    }
+    _names.push_back(name);
+    return _staging->file(name);
 }
 
-void OutputFiles::write(const std::string& name, const std::string& bytes)
+void OutputFiles::write(const std::string& name, const Bytes& bytes)
 {
-    const fs::path temporary = stage(name);
-    errno = 0;
-    std::ofstream stream(temporary, std::ios::binary);
-    stream.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-    stream.close();
-    if (!stream) {
-        throw Failure(_files.back().final.string() + ": cannot write the file: " + std::strerror(errno) +
-                      "; free space or choose another " + _folder.option());
+    write(name, bytes.data(), bytes.size());
+}
+
+void OutputFiles::write(const std::string& name, const std::string& text)
+{
+    write(name, text.data(), text.size());
+}
+
+void OutputFiles::write(const std::string& name, const void* bytes, std::size_t count)
+{
+    if (!writeNew(stage(name), bytes, count)) {
+        throw makeFailure(_folder.path() / name, errno);
     }
 }
 
 std::vector<fs::path> OutputFiles::commit()
 {
-    std::vector<fs::path> written;
-    for (const File& file : _files) {
-        std::error_code error;
-        keep(file.final, file.previous);
-        fs::rename(file.temporary, file.final, error);
-        if (error) {
-            for (std::size_t i = 0; i < written.size(); ++i) {
-                std::error_code isNew;
-                fs::rename(_files[i].previous, _files[i].final, isNew);
-                if (isNew) {
-                    fs::remove(_files[i].final, isNew);
-                }
-            }
-            throw Failure(file.final.string() + ": cannot write the file: " + error.message() +
-                          "; choose another " + _folder.option());
-        }
-        written.push_back(file.final);
+    if (!_staging) {
+        return {};
     }
+    for (const std::string& name : _names) {
+        if (!flush(_staging->file(name))) {
+            throw makeFailure(_folder.path() / name, errno);
+        }
+    }
+    if (!_staging->finish(_folder.existing() == ExistingFile::Replace)) {
+        throw makeFailure(_folder.path(), errno);
+    }
+    std::vector<fs::path> written;
+    for (const std::string& name : _names) {
+        written.push_back(_folder.path() / name);
+        if (!_staging->place(name, _folder)) {
+            const int error = errno;
+            _staging->giveUp();
+            for (std::size_t i = 0; i < written.size(); ++i) {
+                _staging->bringBack(_names[i], _folder);
+            }
+            throw makeFailure(written.back(), error);
+        }
+    }
+    flush(_folder.path());
+    _staging.reset();
+    _names.clear();
     return written;
 }
 

@@ -24,7 +24,7 @@ cv::Mat extractDepth(const cv::Mat& points)
     return depth;
 }
 
-std::string encodeDepthTiff(const cv::Mat& depth)
+Bytes encodeDepthTiff(const cv::Mat& depth)
 {
     CV_Assert(depth.type() == CV_32FC1);
     return encodeImage(".tiff", depth);

@@ -5,9 +5,12 @@
 #include "output/little_endian.h"
 #include "output/png16.h"
 
+#include <fmt/format.h>
 #include <opencv2/core.hpp>
 
+#include <algorithm>
 #include <limits>
+#include <string>
 
 namespace vision::toolkit {
 
@@ -17,14 +20,12 @@ constexpr float noDisparity = std::numeric_limits<float>::infinity();
 
 } // namespace
 
-std::string encodeDisparityPfm(const cv::Mat& disparity)
+Bytes encodeDisparityPfm(const cv::Mat& disparity)
 {
     CV_Assert(disparity.type() == CV_32FC1 && !disparity.empty());
-    std::string bytes =
-        "Pf\n" + std::to_string(disparity.cols) + " " + std::to_string(disparity.rows) + "\n-1\n";
-    const std::size_t header = bytes.size();
-    bytes.resize(header + disparity.total() * sizeof(float));
-    char* to = &bytes[header];
+    const std::string header = fmt::format("Pf\n{} {}\n-1\n", disparity.cols, disparity.rows);
+    Bytes bytes(header.size() + disparity.total() * sizeof(float));
+    std::uint8_t* to = std::copy(header.begin(), header.end(), bytes.data());
     for (int row = disparity.rows - 1; row >= 0; --row) {
         const auto* values = disparity.ptr<float>(row);
         for (int column = 0; column < disparity.cols; ++column) {
@@ -34,7 +35,7 @@ std::string encodeDisparityPfm(const cv::Mat& disparity)
     return bytes;
 }
 
-std::string encodeDisparityTiff(const cv::Mat& disparity)
+Bytes encodeDisparityTiff(const cv::Mat& disparity)
 {
     CV_Assert(disparity.type() == CV_32FC1);
     return encodeImage(".tiff", disparity);

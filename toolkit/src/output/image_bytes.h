@@ -2,15 +2,16 @@
 #ifndef VISION_TOOLKIT_SRC_OUTPUT_IMAGE_BYTES_H
 #define VISION_TOOLKIT_SRC_OUTPUT_IMAGE_BYTES_H
 
-#include <opencv2/core/mat.hpp>
+#include <vision/toolkit/files/output_files.h>
 
-#include <string>
+#include <opencv2/core/mat.hpp>
 
 namespace vision::toolkit {
 
 /// Encodes an image with OpenCV.
 /// @param extension selects the format, such as ".png"
-std::string encodeImage(const char* extension, const cv::Mat& image);
+/// @throws Failure "cannot-encode" when it cannot
+Bytes encodeImage(const char* extension, const cv::Mat& image);
 
 } // namespace vision::toolkit
 

@@ -91,10 +91,15 @@ std::vector<Tick> makeTicks(const ColourBar& bar, int length, const Layout& layo
 {
     constexpr int enough = 12;
     const auto [low, high] = std::minmax(bar.ends.farthest, bar.ends.nearest);
-    const TickStep step = findTickStep(high - low, std::clamp(length / layout.line(), 1, enough));
+    const int most = std::clamp(length / layout.line(), 1, enough);
+    const TickStep step = findTickStep(high - low, most);
+    const double first = std::ceil(low / step.size);
     std::vector<Tick> ticks;
-    for (double count = std::ceil(low / step.size); count * step.size <= high; ++count) {
-        const double value = count * step.size;
+    for (int i = 0; i <= most; ++i) { // a number that steps are added to may be too large to grow by one
+        const double value = (first + i) * step.size;
+        if (value > high) {
+            break;
+        }
         const double share = (bar.ends.nearest - value) / (bar.ends.nearest - bar.ends.farthest);
         ticks.push_back({cvRound(share * (length - 1)), bar.label(value, step.digits)});
     }

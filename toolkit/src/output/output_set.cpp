@@ -3,6 +3,8 @@
 
 #include <vision/toolkit/failure.h>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <sstream>
 
@@ -23,17 +25,17 @@ struct Description
 const std::vector<Description>& describeAll()
 {
     static const std::vector<Description> all{
-        {Product::DisparityPicture, "disparity-png", {"-disparity.png"}},
+        {Product::DisparityPicture, "disparity-picture", {"-disparity.png"}},
         {Product::DisparityPfm, "disparity-pfm", {"-disparity.pfm"}},
         {Product::DisparityTiff, "disparity-tiff", {"-disparity.tiff"}},
         {Product::DisparityPng16, "disparity-png16", {"-disparity16.png"}},
-        {Product::DepthPicture, "depth-png", {"-depth.png"}, true},
+        {Product::DepthPicture, "depth-picture", {"-depth.png"}, true},
         {Product::DepthPng16, "depth-png16", {"-depth16.png"}, true},
         {Product::DepthTiff, "depth-tiff", {"-depth.tiff"}, true},
         {Product::Points, "points-ply", {"-points.ply"}, true},
         {Product::Rectified, "rectified", {"-rectified-left.png", "-rectified-right.png"}},
         {Product::RectifiedRows, "rectified-rows", {"-rectified.png"}},
-        {Product::Levels, "level-png", {"-level.png"}},
+        {Product::LevelPicture, "level-picture", {"-level.png"}},
     };
     return all;
 }
@@ -44,8 +46,10 @@ Product findProduct(const std::string& option, const std::string& name)
     const auto found = std::find_if(
         all.begin(), all.end(), [&name](const Description& known) { return known.name == name; });
     if (found == all.end()) {
-        throw Failure(option + ": there is no \"" + name + "\"; give one or more of " +
-                      OutputSet::listNames());
+        throw Failure(
+            "unknown-product",
+            option,
+            fmt::format("there is no \"{}\"; give one or more of {}", name, OutputSet::listNames()));
     }
     return found->product;
 }

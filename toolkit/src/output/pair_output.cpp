@@ -7,6 +7,7 @@
 
 #include <opencv2/core.hpp>
 
+#include <algorithm>
 #include <limits>
 
 namespace vision::toolkit {
@@ -24,13 +25,13 @@ public:
     }
 
     /// The files of a product, in the order of their names.
-    std::vector<std::string> encode(Product product);
+    std::vector<Bytes> encode(Product product);
 
     const Notes& notes() const { return _notes; }
 
 private:
     /// The bytes of an image; what does not fit is noted.
-    std::string take(EncodedImage image, const char* code, const char* what);
+    Bytes take(EncodedImage image, const char* code, const char* what);
     cv::Mat getLevels() const;
 
     const PairResults& _results;
@@ -39,7 +40,7 @@ private:
     Notes _notes;
 };
 
-std::vector<std::string> Encoder::encode(Product product)
+std::vector<Bytes> Encoder::encode(Product product)
 {
     const PairResults& pair = _results;
     switch (product) {
@@ -71,13 +72,13 @@ std::vector<std::string> Encoder::encode(Product product)
         return {encodePng(pair.rectifiedLeft), encodePng(pair.rectifiedRight)};
     case Product::RectifiedRows:
         return {encodePng(drawRectifiedRows(pair.left, pair.right))};
-    case Product::Levels:
+    case Product::LevelPicture:
         return {encodePng(drawLevels(getLevels(), pair.unsearched))};
     }
     throw std::invalid_argument("no such product");
 }
 
-std::string Encoder::take(EncodedImage image, const char* code, const char* what)
+Bytes Encoder::take(EncodedImage image, const char* code, const char* what)
 {
     if (image.unfit > 0) {
         _notes.push_back({code, std::to_string(image.unfit) + what});
@@ -99,17 +100,24 @@ PairOutput writePairOutput(const PairResults& results, const PictureScale& scale
                            const OutputFolder& folder)
 {
     if (set.needsDepth() && results.points.empty()) {
-        throw Failure(results.name +
-                      ": depth and points need calibrations, or a focal length and a baseline; "
-                      "without them choose among the disparity and rectified outputs");
+        throw Failure("no-depth",
+                      results.name,
+                      "depth and points need calibrations, or a focal length and a baseline; without them "
+                      "choose among the disparity and rectified outputs");
     }
     Encoder encoder(results, scale);
     OutputFiles output(folder);
-    const std::vector<std::string> names = set.listFiles(results.name);
-    auto name = names.begin();
     for (const Product product : set.products()) {
-        for (const std::string& bytes : encoder.encode(product)) {
-            output.write(*name++, bytes);
+        const std::vector<std::string> names = OutputSet({product}).listFiles(results.name);
+        if (std::all_of(
+                names.begin(), names.end(), [&](const std::string& name) { return folder.keeps(name); })) {
+            continue;
+        }
+        const std::vector<Bytes> files = encoder.encode(product);
+        for (std::size_t i = 0; i < names.size(); ++i) {
+            if (!folder.keeps(names[i])) {
+                output.write(names[i], files[i]);
+            }
         }
     }
     return {output.commit(), encoder.notes()};

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/output/pictures.h>
 
+#include <vision/toolkit/failure.h>
+
+#include <fmt/format.h>
 #include <opencv2/core.hpp>
 
 #include <algorithm>
@@ -59,6 +62,24 @@ ColourRange widen(double low, double high)
 }
 
 } // namespace
+
+void requireUsable(const ColourRange& range)
+{
+    constexpr double farthestEnd = 1e6; // beyond, no disparity and no depth of a picture lies
+    constexpr double narrowest = 1e-3;
+    const auto isUsable = [=](double end) { return std::isfinite(end) && std::abs(end) <= farthestEnd; };
+    if (!isUsable(range.low) || !isUsable(range.high) || !(range.high - range.low >= narrowest)) {
+        throw Failure("colour-range",
+                      {},
+                      fmt::format("colours from {} to {} cannot be drawn: the ends must lie from -{:.0f} to "
+                                  "{:.0f}, the second one at least {} above the first",
+                                  range.low,
+                                  range.high,
+                                  farthestEnd,
+                                  farthestEnd,
+                                  narrowest));
+    }
+}
 
 std::optional<ColourRange> findColourRange(const cv::Mat& values)
 {

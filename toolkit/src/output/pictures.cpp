@@ -102,6 +102,9 @@ cv::Mat drawRectifiedRows(const cv::Mat& left, const cv::Mat& right)
 
 cv::Mat drawDisparity(const cv::Mat& disparity, const cv::Mat& unsearched, const PictureScale& scale)
 {
+    if (scale.disparity) {
+        requireUsable(*scale.disparity);
+    }
     const auto range = scale.disparity ? scale.disparity : findColourRange(disparity);
     Legend legend = makeLegend(range, "no match");
     legend.title = !range ? "nothing matched" : scale.depthAt ? "disparity, depth" : "disparity";

@@ -85,7 +85,7 @@ CalibrationPair loadCalibrations(const std::string& leftFile, const std::string&
 void saveCalibration(const Calibration& calibration, const std::string& name, OutputFiles& output)
 {
     const std::filesystem::path temporary = output.stage(name);
-    const std::filesystem::path file = temporary.parent_path() / name;
+    const std::filesystem::path file = output.folder().path() / name;
     if (temporary.string().find(cuttingSign) != std::string::npos) {
         throw Failure("question-mark",
                       file.string(),

@@ -108,9 +108,7 @@ public:
     void process(const PairSequence::Read& read, PairReport& report) const
     {
         try {
-            if (!_run.skipExisting) {
-                _run.products.requireFree(report.name, _folder);
-            }
+            _run.products.requireFree(report.name, _folder);
             const RawPair raw = resize(read(), _run.resize);
             _pipelines.with([&](DepthPipeline& pipeline) { compute(pipeline, raw, report); });
         } catch (const std::exception& error) {
@@ -157,10 +155,8 @@ unsigned countWorkers(unsigned jobs, std::size_t pairs)
 
 bool areThere(const std::vector<std::string>& files, const OutputFolder& folder)
 {
-    return std::all_of(files.begin(), files.end(), [&folder](const std::string& file) {
-        std::error_code ignored;
-        return std::filesystem::exists(folder.path() / file, ignored);
-    });
+    return std::all_of(
+        files.begin(), files.end(), [&folder](const std::string& file) { return folder.has(file); });
 }
 
 } // namespace

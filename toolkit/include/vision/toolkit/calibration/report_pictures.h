@@ -7,6 +7,7 @@
 #include <vision/toolkit/board/board_search.h>
 #include <vision/toolkit/calibration/calibration_report.h>
 #include <vision/toolkit/export.h>
+#include <vision/toolkit/files/output_files.h>
 
 #include <string>
 #include <vector>
@@ -28,7 +29,7 @@ VISION_TOOLKIT_EXPORT cv::Mat drawCoverage(const CalibrationReport& report);
 struct ReportFile
 {
     std::string name;
-    std::string bytes;
+    Bytes bytes;
 };
 
 /// All pictures of a report: `coverage.png`, the first pair used rectified with lines along its rows

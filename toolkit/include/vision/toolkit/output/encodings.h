@@ -8,31 +8,31 @@
 #define VISION_TOOLKIT_OUTPUT_ENCODINGS_H
 
 #include <vision/toolkit/export.h>
+#include <vision/toolkit/files/output_files.h>
 
 #include <opencv2/core/mat.hpp>
 
 #include <cstddef>
-#include <string>
 
 namespace vision::toolkit {
 
 /// The bytes of a file of integers, which cannot hold every number.
 struct EncodedImage
 {
-    std::string bytes;
+    Bytes bytes;
     std::size_t unfit; ///< pixels with a value that the format cannot hold; they are written as having none
 };
 
 /// Encodes the trusted points of an image as binary little-endian PLY with colour, row by row.
 /// @param points `CV_32FC3`
 /// @param view the image the points belong to, `CV_8UC1` or `CV_8UC3` (BGR), of the same size
-VISION_TOOLKIT_EXPORT std::string encodePly(const cv::Mat& points, const cv::Mat& view);
+VISION_TOOLKIT_EXPORT Bytes encodePly(const cv::Mat& points, const cv::Mat& view);
 
 /// Portable float map (PFM), grey: little endian with scale 1, bottom row first.
-VISION_TOOLKIT_EXPORT std::string encodeDisparityPfm(const cv::Mat& disparity);
+VISION_TOOLKIT_EXPORT Bytes encodeDisparityPfm(const cv::Mat& disparity);
 
 /// TIFF with one 32-bit float a pixel.
-VISION_TOOLKIT_EXPORT std::string encodeDisparityTiff(const cv::Mat& disparity);
+VISION_TOOLKIT_EXPORT Bytes encodeDisparityTiff(const cv::Mat& disparity);
 
 /// PNG with 16 bits: 256 times the disparity, rounded; 0 where there is no value.
 ///
@@ -46,7 +46,7 @@ VISION_TOOLKIT_EXPORT cv::Mat extractDepth(const cv::Mat& points);
 
 /// TIFF with one 32-bit float a pixel: metres; 0 where there is no depth.
 /// @throws cv::Exception when the type is not `CV_32FC1` or the image is empty
-VISION_TOOLKIT_EXPORT std::string encodeDepthTiff(const cv::Mat& depth);
+VISION_TOOLKIT_EXPORT Bytes encodeDepthTiff(const cv::Mat& depth);
 
 /// PNG with 16 bits: millimetres, rounded; 0 where there is no depth.
 ///

@@ -19,17 +19,17 @@ namespace vision::toolkit {
 /// A result of a pair that can be written.
 enum class Product
 {
-    DisparityPicture, ///< "disparity-png": NAME-disparity.png, for people
+    DisparityPicture, ///< "disparity-picture": NAME-disparity.png, for people
     DisparityPfm,     ///< "disparity-pfm": NAME-disparity.pfm
     DisparityTiff,    ///< "disparity-tiff": NAME-disparity.tiff
     DisparityPng16,   ///< "disparity-png16": NAME-disparity16.png
-    DepthPicture,     ///< "depth-png": NAME-depth.png, for people
+    DepthPicture,     ///< "depth-picture": NAME-depth.png, for people
     DepthPng16,       ///< "depth-png16": NAME-depth16.png
     DepthTiff,        ///< "depth-tiff": NAME-depth.tiff
     Points,           ///< "points-ply": NAME-points.ply
     Rectified,        ///< "rectified": NAME-rectified-left.png and NAME-rectified-right.png
     RectifiedRows,    ///< "rectified-rows": NAME-rectified.png, for people
-    Levels,           ///< "level-png": NAME-level.png, for people
+    LevelPicture,     ///< "level-picture": NAME-level.png, for people
 };
 
 /// Which results of a pair are written, and how their files are called. May be used by several threads.
@@ -38,13 +38,13 @@ class VISION_TOOLKIT_EXPORT OutputSet
 public:
     explicit OutputSet(std::set<Product> products) : _products(std::move(products)) {}
 
-    /// A look at everything, the disparity for programs and the points: "rectified-rows", "disparity-png",
+    /// A look at everything, the disparity for programs and the points: "rectified-rows", "disparity-picture",
     /// "disparity-pfm" and, where depths are known, "points-ply".
     static OutputSet makeDefault(bool hasDepth);
 
     /// Parses a list of names with commas between them, such as "disparity-png16,points-ply".
     /// @param option what the list was given with, for the message
-    /// @throws Failure naming the option when one is unknown; it lists those that exist
+    /// @throws Failure "unknown-product" about the option; it lists those that exist
     static OutputSet parse(const std::string& option, const std::string& list);
 
     /// All names that parse() takes, with commas between them.
@@ -91,7 +91,8 @@ struct PairOutput
 /// Encodes and writes the chosen results of a pair.
 ///
 /// Several threads may write into one folder at the same time, each a pair of another name.
-/// @throws Failure when something is chosen that the results lack, or one cannot be written; then there is no
+/// A file that the folder keeps is neither written nor listed.
+/// @throws Failure "no-depth" when something is chosen that the results lack, and as OutputFiles; then there is no
 ///         file
 VISION_TOOLKIT_EXPORT PairOutput writePairOutput(const PairResults& results, const PictureScale& scale,
                                                  const OutputSet& set, const OutputFolder& folder);

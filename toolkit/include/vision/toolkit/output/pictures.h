@@ -11,16 +11,16 @@
 #define VISION_TOOLKIT_OUTPUT_PICTURES_H
 
 #include <vision/toolkit/export.h>
+#include <vision/toolkit/files/output_files.h>
 
 #include <opencv2/core/mat.hpp>
 
 #include <functional>
 #include <optional>
-#include <string>
 
 namespace vision::toolkit {
 
-/// The values at the ends of the colours of a picture; low is below high.
+/// The values at the ends of the colours of a picture; low is below high, see requireUsable().
 struct ColourRange
 {
     double low;
@@ -38,6 +38,11 @@ struct PictureScale
     std::optional<ColourRange> depth;     ///< m; of each picture itself when not given
     DepthOfDisparity depthAt;             ///< empty when the depths are not known
 };
+
+/// Tests whether a range can be drawn.
+/// @throws Failure "colour-range" when an end is not finite or beyond a million, or less than a thousandth lies
+///         between both
+VISION_TOOLKIT_EXPORT void requireUsable(const ColourRange& range);
 
 /// A range in which nearly all values of an image lie: all but half a percent at both ends, and a tenth more
 /// there, but not beyond the least and the largest value.
@@ -57,6 +62,7 @@ VISION_TOOLKIT_EXPORT cv::Mat drawRectifiedRows(const cv::Mat& left, const cv::M
 /// @param disparity `CV_32FC1`, px; not finite where nothing was matched
 /// @param unsearched `CV_8UC1` of the same size, not 0 where the matcher cannot search; may be empty
 /// @return `CV_8UC3`
+/// @throws Failure as requireUsable() for a range that is given
 VISION_TOOLKIT_EXPORT cv::Mat drawDisparity(const cv::Mat& disparity, const cv::Mat& unsearched,
                                             const PictureScale& scale);
 
@@ -74,7 +80,8 @@ VISION_TOOLKIT_EXPORT cv::Mat drawLevels(const cv::Mat& levels, const cv::Mat& u
 /// Encodes an image or a picture as PNG, with the channels and the bit depth that it has.
 /// @param image 8 or 16 bits; 1, 3 (BGR) or 4 channels
 /// @throws cv::Exception for any other image
-VISION_TOOLKIT_EXPORT std::string encodePng(const cv::Mat& image);
+/// @throws Failure "cannot-encode" when OpenCV lacks the format
+VISION_TOOLKIT_EXPORT Bytes encodePng(const cv::Mat& image);
 
 } // namespace vision::toolkit
 

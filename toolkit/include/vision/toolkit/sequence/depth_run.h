@@ -61,7 +61,7 @@ struct DepthRun
     std::optional<ColourRange> colours; ///< disparities at the ends of the colours, px of the rig's size
     Shard shard;
     unsigned jobs = 1;         ///< pairs that are processed at the same time
-    bool skipExisting = false; ///< leaves out pairs whose files are all there; otherwise they are made anew
+    bool skipExisting = false; ///< leaves out pairs whose files are all there, see OutputFolder::has()
 };
 
 /// Computes the depth of the pairs of a shard and writes the results.
