@@ -4,7 +4,6 @@
 #include "base/statistics.h"
 #include "check/distances.h"
 #include "check/drift_fit.h"
-#include "check/limits.h"
 #include "features/point_match.h"
 
 #include <vision/toolkit/depth/depth_pipeline.h>
@@ -217,7 +216,7 @@ std::optional<Correction> makeCorrection(const std::vector<PairCheck>& pairs, co
     const auto fit = fitDrift(all, calibrations.right);
     cv::Vec3d angles;
     Correction correction;
-    if (fit && fit->significant.explained > limits::mostExplained) {
+    if (fit && fit->matters()) {
         angles = anglesOf(fit->significant);
     }
     if (cv::norm(angles) > 0) {
