@@ -125,8 +125,9 @@ std::vector<Evidence> listEvidence(const std::vector<PairCheck>& pairs,
 /// @throws Failure when another scale of all distances explains them better
 Estimate fitYaw(const std::vector<Evidence>& evidence)
 {
-    constexpr double accuracy = 0.003; // of a ratio: that of a board at 0.4 m, and of a tape measure
-    constexpr double clearly = 9;      // chi square: three standard deviations
+    constexpr double accuracy =
+        0.002;                    // of a ratio: the spread between boards at 0.4 m, and of a tape measure
+    constexpr double clearly = 9; // chi square: three standard deviations
     double slopes = 0, products = 0, sum = 0;
     for (const auto& [ratio, slope] : evidence) {
         slopes += slope * slope;
