@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "features/photometry.h"
+#include "features/row_verdict.h"
 #include "support/scene.h"
-
-#include <vision/toolkit/features/row_offsets.h>
 
 #include <gtest/gtest.h>
 
@@ -55,6 +55,47 @@ TEST(RowOffsets, AreUnknownWhereImagesShareNothing)
         EXPECT_EQ(none.matched, 0U);
         EXPECT_TRUE(std::isnan(none.median) && std::isnan(none.spread));
     }
+}
+
+TEST(Verdicts, NameRepeatedPatternsAndFineDots)
+{
+    cv::Mat stripes(480, 640, CV_8UC1);
+    for (int i = 0; i < stripes.rows; ++i) {
+        for (int j = 0; j < stripes.cols; ++j) {
+            stripes.at<unsigned char>(i, j) = (i / 24 + j / 24) % 2 == 0 ? 40 : 210;
+        }
+    }
+    const Notes notes = judgeRows(summariseRows(matchFeatures(stripes, stripes), 0), {});
+    ASSERT_EQ(notes.size(), 1U);
+    EXPECT_EQ(notes.front().code, "several-disparities-fit");
+    cv::Mat dots(480, 670, CV_8UC1);
+    cv::RNG(3).fill(dots, cv::RNG::UNIFORM, 0, 256);
+    const RowOffsets rows = summariseRows(matchFeatures(dots.colRange(0, 640), dots.colRange(21, 661)), 0);
+    EXPECT_TRUE(judgeRows(rows, {}).empty());
+    EXPECT_NEAR(rows.median, 0, 0.1);
+}
+
+TEST(Verdicts, NameTheImageThatIsBrighterOrBlurredAndCopies)
+{
+    const auto [left, right] = makeViews({640, 480}, {50, 0});
+    const auto judgeAgainst = [&left = left](const cv::Mat& other) {
+        return judgePhotometry(comparePhotometry(left, other, matchFeatures(left, other)));
+    };
+    EXPECT_TRUE(judgeAgainst(right).empty());
+    cv::Mat changed;
+    right.convertTo(changed, -1, 0.6, 5);
+    Notes notes = judgeAgainst(changed);
+    ASSERT_EQ(notes.size(), 1U);
+    EXPECT_EQ(notes.front().code, "exposure-differs");
+    EXPECT_NE(notes.front().text.find("left image is brighter"), std::string::npos);
+    EXPECT_NE(notes.front().text.find("gain 0.6"), std::string::npos);
+    cv::GaussianBlur(right, changed, {}, 2);
+    notes = judgeAgainst(changed);
+    ASSERT_EQ(notes.size(), 1U);
+    EXPECT_EQ(notes.front().code, "image-blurred");
+    EXPECT_NE(notes.front().text.find("the right image"), std::string::npos);
+    EXPECT_TRUE(judgeIdentity(left, right).empty());
+    EXPECT_EQ(judgeIdentity(left, left + 1).size(), 1U);
 }
 
 } // namespace

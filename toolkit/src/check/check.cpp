@@ -103,22 +103,22 @@ cv::Mat makeThumbnail(const cv::Mat& grey)
 }
 
 /// What the rows of all pairs together say, when single pairs say nothing against them.
-Notes judgeDrift(const CalibrationCheck& check)
+Notes judgeDrift(const RowOffsets& rows, const DriftFit& fit)
 {
-    const CameraDrift& drift = *check.drift;
+    const CameraDrift& drift = fit.all;
     Notes reasons;
-    if (check.drift->residual > limits::mostResidual) {
+    if (drift.residual > limits::mostResidual) {
         reasons.push_back({"rows-differ",
                            Severity::Wrong,
                            fmt::format("rows are off by different amounts (spread {:.2f} px), which no small "
                                        "movement of a camera explains",
-                                       check.rows.spread)});
+                                       rows.spread)});
         return reasons;
     }
-    if (drift.explained <= limits::mostExplained) {
+    if (!fit.matters()) {
         return reasons;
     }
-    const bool isZoom = drift.zoom.isSignificant() && std::abs(drift.zoom.value) > limits::mostZoom;
+    const bool isZoom = std::abs(fit.significant.zoom.value) > limits::mostZoom;
     reasons.push_back(
         isZoom
             ? Note("scale-changed",
@@ -222,7 +222,7 @@ void judge(CalibrationCheck& check, const std::vector<PairCheck>& pairs, const C
     const SequenceVerdict sequence = judgeSequence(pairs, *fit);
     conclude(check, CheckVerdict::Unsynchronised, sequence.unsynchronised);
     conclude(check, CheckVerdict::Drifted, sequence.drifted);
-    const Notes drift = judgeDrift(check);
+    const Notes drift = judgeDrift(check.rows, *fit);
     const bool isSpread = !drift.empty() && drift.front().code == "rows-differ";
     conclude(check, isSpread ? CheckVerdict::Foreign : CheckVerdict::Drifted, drift);
     if (check.board) {

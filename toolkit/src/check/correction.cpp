@@ -4,7 +4,6 @@
 #include "base/statistics.h"
 #include "check/distances.h"
 #include "check/drift_fit.h"
-#include "check/limits.h"
 #include "features/point_match.h"
 
 #include <vision/toolkit/depth/depth_pipeline.h>
@@ -126,8 +125,9 @@ std::vector<Evidence> listEvidence(const std::vector<PairCheck>& pairs,
 /// @throws Failure when another scale of all distances explains them better
 Estimate fitYaw(const std::vector<Evidence>& evidence)
 {
-    constexpr double accuracy = 0.003; // of a ratio: that of a board at 0.4 m, and of a tape measure
-    constexpr double clearly = 9;      // chi square: three standard deviations
+    constexpr double accuracy =
+        0.002;                    // of a ratio: the spread between boards at 0.4 m, and of a tape measure
+    constexpr double clearly = 9; // chi square: three standard deviations
     double slopes = 0, products = 0, sum = 0;
     for (const auto& [ratio, slope] : evidence) {
         slopes += slope * slope;
@@ -217,7 +217,7 @@ std::optional<Correction> makeCorrection(const std::vector<PairCheck>& pairs, co
     const auto fit = fitDrift(all, calibrations.right);
     cv::Vec3d angles;
     Correction correction;
-    if (fit && fit->significant.explained > limits::mostExplained) {
+    if (fit && fit->matters()) {
         angles = anglesOf(fit->significant);
     }
     if (cv::norm(angles) > 0) {

@@ -2,6 +2,7 @@
 #include "check/drift_fit.h"
 
 #include "base/statistics.h"
+#include "check/limits.h"
 
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>
@@ -194,6 +195,18 @@ double DriftFit::residualOf(const FeatureMatch& match) const
         residual -= effects[term] * (significant.*terms[term]).value;
     }
     return residual;
+}
+
+bool DriftFit::matters() const
+{
+    const auto exceeds = [](const Estimate& estimate, double most) {
+        const double size = std::abs(estimate.value);
+        return size > most && size > limits::beyondDoubt * estimate.uncertainty;
+    };
+    const double rowsPerDegree = double{projection(0, 0)} * degree;
+    return exceeds(significant.pitch, limits::mostRows / rowsPerDegree) ||
+           exceeds(significant.roll, limits::mostRoll) || exceeds(significant.zoom, limits::mostZoom) ||
+           significant.explained > limits::mostExplained;
 }
 
 std::optional<DriftFit> fitDrift(const MatchesOfPairs& pairs, const Calibration& right)

@@ -23,6 +23,9 @@ struct DriftFit
     /// The row offset of a match that the significant terms leave, px.
     [[nodiscard]] double residualOf(const FeatureMatch& match) const;
 
+    /// Whether the significant terms are larger than what calibrating itself leaves.
+    [[nodiscard]] bool matters() const;
+
     cv::Matx34f projection;
 };
 

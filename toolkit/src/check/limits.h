@@ -7,9 +7,11 @@
 namespace vision::toolkit::limits {
 
 inline constexpr double beyondDoubt = 4;         ///< standard deviations, from which on an alarm is given
-inline constexpr double mostExplained = 0.2;     ///< px rms that a movement may cause
+inline constexpr double mostRows = 0.25;         ///< px, that pitch may move them
+inline constexpr double mostRoll = 0.065;        ///< degrees
+inline constexpr double mostZoom = 0.25;         ///< percent
+inline constexpr double mostExplained = 0.4;     ///< px rms that all of these together may cause
 inline constexpr double mostResidual = 1.2;      ///< px, spread that no movement explains
-inline constexpr double mostZoom = 0.1;          ///< percent
 inline constexpr double mostSquareError = 0.01;  ///< share of the printed length
 inline constexpr double mostUncertainRows = 0.3; ///< px, three standard deviations
 inline constexpr double mostUncertainRoll = 0.3; ///< degrees, three standard deviations
