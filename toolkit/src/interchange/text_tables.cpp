@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <map>
 #include <sstream>
 
@@ -24,7 +25,9 @@ public:
     {
         std::istringstream lines(readText(file));
         for (std::string line; std::getline(lines, line);) {
-            line.erase(line.find_last_not_of(" \t\r") + 1);
+            while (!line.empty() && std::strchr(" \t\r", line.back()) != nullptr) {
+                line.pop_back();
+            }
             const std::size_t end = line.find(separator);
             const bool isNamed = end != std::string::npos && end > 0;
             if (!line.empty() &&
