@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstddef>
 #include <limits>
+#include <numeric>
 
 namespace vision::toolkit {
 
@@ -21,6 +22,29 @@ double takeMedian(std::vector<double>& values)
 }
 
 } // namespace
+
+double quantile(std::vector<double> values, double share)
+{
+    if (values.empty()) {
+        return std::numeric_limits<double>::quiet_NaN();
+    }
+    const auto place = std::min(static_cast<std::size_t>(share * static_cast<double>(values.size())),
+                                values.size() - 1);
+    const auto at = values.begin() + static_cast<std::ptrdiff_t>(place);
+    std::nth_element(values.begin(), at, values.end());
+    return *at;
+}
+
+double median(std::vector<double> values)
+{
+    return takeMedian(values);
+}
+
+double rms(const std::vector<double>& values)
+{
+    const double squares = std::inner_product(values.begin(), values.end(), values.begin(), 0.0);
+    return std::sqrt(squares / static_cast<double>(values.size()));
+}
 
 MedianAndSpread medianAndSpread(std::vector<double> values)
 {

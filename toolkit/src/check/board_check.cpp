@@ -24,10 +24,10 @@ struct SeenBoard
     std::map<int, cv::Vec3d> points;
 };
 
-std::map<int, cv::Point2f> rectify(const BoardDetection& sighting, const Calibration& camera)
+std::map<int, cv::Point2f> rectify(const BoardDetection& detection, const Calibration& camera)
 {
     std::vector<cv::Point2f> corners;
-    cv::undistortPoints(sighting.corners,
+    cv::undistortPoints(detection.corners,
                         corners,
                         camera.cameraMatrix,
                         camera.distortion,
@@ -35,7 +35,7 @@ std::map<int, cv::Point2f> rectify(const BoardDetection& sighting, const Calibra
                         camera.projectionMatrix);
     std::map<int, cv::Point2f> byNumber;
     for (std::size_t i = 0; i < corners.size(); ++i) {
-        byNumber[sighting.points[i]] = corners[i];
+        byNumber[detection.ids[i]] = corners[i];
     }
     return byNumber;
 }

@@ -2,6 +2,7 @@
 #include <vision/toolkit/input/pair_sequence.h>
 
 #include "input/file_names.h"
+#include "input/turned_pairs.h"
 #include "input/video.h"
 
 #include <vision/toolkit/failure.h>
@@ -159,6 +160,11 @@ void requireOne(const char* option, const std::vector<std::string>& names)
 
 std::unique_ptr<PairSequence> openPairs(const PairInput& input)
 {
+    if (input.rotateLeft != 0 || input.rotateRight != 0) {
+        PairInput stored = input;
+        stored.rotateLeft = stored.rotateRight = 0;
+        return turn(openPairs(stored), input.rotateLeft, input.rotateRight);
+    }
     const auto left = expandNames("--left", input.left);
     const auto right = expandNames("--right", input.right);
     if (left.empty()) {

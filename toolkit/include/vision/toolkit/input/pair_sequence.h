@@ -21,6 +21,8 @@ struct PairInput
     std::vector<std::string> left;  ///< as expandNames() takes them, or one video
     std::vector<std::string> right; ///< in the same order; empty when the images are side by side
     bool isSideBySide = false;      ///< the left half of each image is the left camera's
+    int rotateLeft = 0; ///< degrees clockwise by which all left images are turned: 0, 90, 180 or 270
+    int rotateRight = 0;
 };
 
 /// Pairs that are read one by one.
@@ -53,6 +55,9 @@ public:
 /// Opens a sequence.
 /// @throws Failure when a name gives no image, a video cannot be opened, or left and right differ in number
 VISION_TOOLKIT_EXPORT std::unique_ptr<PairSequence> openPairs(const PairInput& input);
+
+/// Makes a sequence of images that are in memory; they are called after their numbers, from 0.
+VISION_TOOLKIT_EXPORT std::unique_ptr<PairSequence> makePairs(std::vector<RawPair> images);
 
 } // namespace vision::toolkit
 
