@@ -232,7 +232,8 @@ PairFit Adjustment::moved(const cv::Mat& change) const
     cv::Mat rotation;
     cv::Rodrigues(_fit.rotation, rotation);
     rotation += change.rowRange(rig(), rig() + 3);
-    fit.rotation = cv::Mat(); // not that of the other fit
+    fit.rotation = cv::Mat(); // copies share their numbers, and an expression is written into what is there
+    fit.translation = cv::Mat();
     cv::Rodrigues(rotation, fit.rotation);
     fit.translation = _fit.translation + change.rowRange(rig() + 3, rig() + rigNumbers);
     return fit;

@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "calibration/pair_fit.h"
 
-#include "calibration/adjustment.h"
-
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>
 
-#include <cmath>
 #include <limits>
 
 namespace vision::toolkit {
@@ -85,34 +82,6 @@ CameraFit fitCamera(const std::vector<BoardPoints>& boards, const std::vector<Co
     return camera;
 }
 
-/// OpenCV's stereo calibration stops after a number of steps, and what it then returns is the last step that
-/// it has not tried: with few views and narrow lenses centimetres from the least squares whose residual it
-/// states. Goes the rest of the way where that happened.
-void finish(const std::vector<const BoardView*>& views, const Board& board, const LensModel& lens,
-            PairFit& fit)
-{
-    constexpr int mostSteps = 10;
-    constexpr double same = 1e-3; // of the residual
-    const double stated = fit.rms;
-    PairFit best = fit;
-    double least = std::numeric_limits<double>::max();
-    for (int step = 0; step < mostSteps; ++step) {
-        const Adjustment adjustment(views, board, lens, fit, false);
-        const double rms = adjustment.commonRms();
-        const bool isReached = std::abs(rms - stated) <= same * stated;
-        if (rms < least) {
-            best = fit;
-            best.rms = isReached ? stated : rms;
-        }
-        if (isReached || rms >= least) {
-            break;
-        }
-        least = rms;
-        fit = adjustment.moved(adjustment.step());
-    }
-    fit = best;
-}
-
 } // namespace
 
 PairFit fitPair(const std::vector<const BoardView*>& views, const cv::Size& imageSize, const Board& board,
@@ -143,7 +112,6 @@ PairFit fitPair(const std::vector<const BoardView*>& views, const cv::Size& imag
                                   essential,
                                   fundamental,
                                   cv::CALIB_FIX_INTRINSIC | solver);
-    finish(views, board, lens, fit);
     return fit;
 }
 
