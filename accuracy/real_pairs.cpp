@@ -50,7 +50,7 @@ TestSet loadBoards(const std::string& folder)
     board.size = {9, 6};
     board.spacing = 0.025;
     const auto pairs = openPairs({{folder + "/left??.jpg"}, {folder + "/right??.jpg"}, false});
-    const BoardSearch search = findBoards(*pairs, board, 1, [](std::size_t, std::size_t) {});
+    const BoardSearch search = findBoards(*pairs, board, 1);
     const CalibrationPair cameras = calibrate(search, {}).result.value().records;
     vision::Stereo stereo;
     stereo.setCalibrations(cameras.left, cameras.right);

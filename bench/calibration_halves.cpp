@@ -90,8 +90,7 @@ int main(int argc, char** argv)
     const std::string images = argv[1];
     const auto pairs = openPairs({{images + "/left??.jpg"}, {images + "/right??.jpg"}, false});
     const Board board = support::makeBoard(Pattern::Chessboard, {9, 6});
-    const BoardSearch all = findBoards(
-        *pairs, board, static_cast<unsigned>(cv::getNumberOfCPUs()), [](std::size_t, std::size_t) {});
+    const BoardSearch all = findBoards(*pairs, board);
     const auto results = calibrateHalves(all, std::stoi(argv[2]));
     std::printf("| %s random halves of %zu pairs | spread | stated +- (rms) | stated over spread |\n",
                 argv[2],

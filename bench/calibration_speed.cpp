@@ -69,9 +69,9 @@ void calibratePairs(const fs::path& folder, const Board& board)
     BoardSearch search;
     CalibrationReport report;
     time("reading and finding boards",
-         [&] { search = findBoards(*pairs, board, workers, [](std::size_t, std::size_t) {}); });
+         [&] { search = findBoards(*pairs, board, workers); });
     time("fitting and judging", [&] { report = calibrate(search, {}); });
-    time("drawing", [&] { drawReport(report, search, *pairs); });
+    time("drawing", [&] { drawReport(report, *pairs, [](const std::string&, const std::string&) {}); });
     std::printf("| pairs used | %zu | |\n", report.countUsed());
 }
 

@@ -1,18 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "board/point_order.h"
+
 #include <vision/toolkit/calibration/calibration_report.h>
 #include <vision/toolkit/failure.h>
+#include <vision/toolkit/input/pair_sequence.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <opencv2/calib3d.hpp>
 #include <opencv2/imgcodecs.hpp>
-#include <opencv2/imgproc.hpp>
 
-#include <cmath>
 #include <functional>
 
 using namespace vision::toolkit;
-using testing::HasSubstr;
 
 namespace {
 
@@ -26,46 +25,25 @@ Board makeBoard(const cv::Size& size = {9, 6})
     return board;
 }
 
-/// Pairs that are in memory, as if they were files.
-class Pairs : public PairSequence
+cv::Mat read(const char* side, int number)
 {
-public:
-    void add(const cv::Mat& left, const cv::Mat& right) { _pairs.push_back({left, right}); }
-    void add(int left, int right) { add(read("left", left), read("right", right)); }
+    return cv::imread(cv::format("%s/%s%02d.jpg", imageFolder.c_str(), side, number), cv::IMREAD_GRAYSCALE);
+}
 
-    static cv::Mat read(const char* side, int number)
-    {
-        return cv::imread(cv::format("%s/%s%02d.jpg", imageFolder.c_str(), side, number),
-                          cv::IMREAD_GRAYSCALE);
-    }
-
-    std::size_t size() const override { return _pairs.size(); }
-    std::string name(std::size_t pair) const override { return std::to_string(pair); }
-    PairNames images(std::size_t pair) const override { return {"l" + name(pair), "r" + name(pair)}; }
-    Read take(std::size_t pair) override
-    {
-        return [raw = _pairs[pair]] { return raw; };
-    }
-
-private:
-    std::vector<RawPair> _pairs;
-};
-
-BoardSearch search(Pairs& pairs, const Board& board)
+std::vector<RawPair> readPairs(const std::vector<int>& numbers)
 {
-    return findBoards(pairs, board, 2, [](std::size_t, std::size_t) {});
+    std::vector<RawPair> pairs;
+    for (const int number : numbers) {
+        pairs.push_back({read("left", number), read("right", number)});
+    }
+    return pairs;
 }
 
 /// The 13 real pairs; numbers 0 to 12.
 const BoardSearch& realPairs()
 {
-    static const BoardSearch found = [] {
-        Pairs pairs;
-        for (const int number : {1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 14}) {
-            pairs.add(number, number);
-        }
-        return search(pairs, makeBoard());
-    }();
+    static const BoardSearch found =
+        findBoards(*makePairs(readPairs({1, 2, 3, 4, 5, 6, 7, 8, 9, 11, 12, 13, 14})), makeBoard());
     return found;
 }
 
@@ -104,7 +82,7 @@ TEST(Calibrating, TrustsTheRealPairs)
 struct Session
 {
     const char* name;
-    std::function<void(std::vector<PairDetection>&)> take; ///< from the sightings of the real pairs
+    std::function<void(std::vector<PairDetection>&)> take; ///< from the detections of the real pairs
     Verdict verdict;
     const char* code; ///< of the reason that must be named, or none
     std::size_t used;
@@ -121,6 +99,15 @@ void repeatFirst(std::vector<PairDetection>& pairs, double noise)
                                       static_cast<float>(random.gaussian(noise)));
             }
         }
+    }
+}
+
+/// The corners as they would be had all right images been stored so.
+void changeRight(std::vector<PairDetection>& pairs, ImageChange change)
+{
+    for (PairDetection& pair : pairs) {
+        pair.view.right = undo(change, pair.view.right, pair.size, makeBoard().size.width);
+        agreeOnOrder(makeBoard(), pair.view);
     }
 }
 
@@ -169,6 +156,39 @@ const Session sessions[] = {
      Verdict::Refused,
      "swapped-cameras",
      13},
+    {"FiveOfThemSwapped",
+     [](auto& pairs) {
+         for (std::size_t i = 0; i < 5; ++i) {
+             std::swap(pairs[2 * i].view.left, pairs[2 * i].view.right);
+         }
+     },
+     Verdict::Usable,
+     "pairs-swapped",
+     8},
+    {"AllRightTurned",
+     [](auto& pairs) { changeRight(pairs, ImageChange::Turned); },
+     Verdict::Refused,
+     "camera-turned-180",
+     0},
+    {"AllRightOnTheirSide",
+     [](auto& pairs) { changeRight(pairs, ImageChange::TurnedLeft); },
+     Verdict::Refused,
+     "camera-turned-90",
+     0},
+    {"AllRightMirrored",
+     [](auto& pairs) { changeRight(pairs, ImageChange::Mirrored); },
+     Verdict::Refused,
+     "camera-mirrored",
+     0},
+    {"SameImageTwice",
+     [](auto& pairs) {
+         for (PairDetection& pair : pairs) {
+             pair.view.right = pair.view.left;
+         }
+     },
+     Verdict::Refused,
+     "identical-images",
+     0},
     {"Many", [](auto& pairs) { repeatAll(pairs, 3); }, Verdict::Good, nullptr, 39},
 };
 
@@ -205,19 +225,30 @@ TEST(Calibrating, IsLessCertainOfFourPairs)
 
 TEST(Calibrating, RepairsAnImageTurnedBy180Degrees)
 {
-    Pairs turned;
-    for (const int number : {1, 2, 3, 4, 5, 6}) {
-        cv::Mat right = Pairs::read("right", number);
-        if (number == 4) {
-            cv::rotate(right, right, cv::ROTATE_180);
-        }
-        turned.add(Pairs::read("left", number), right);
-    }
-    const CalibrationReport report = calibrate(search(turned, makeBoard()), {});
+    std::vector<RawPair> pairs = readPairs({1, 2, 3, 4, 5, 6});
+    cv::rotate(pairs[3].right, pairs[3].right, cv::ROTATE_180);
+    const CalibrationReport report = calibrate(pairs, makeBoard());
     EXPECT_EQ(report.countUsed(), 6U);
-    EXPECT_THAT(report.pairs[3].repair, HasSubstr("r3: turned by 180 degrees"));
+    EXPECT_EQ(report.pairs[3].repair.value().subject, "right image 3");
     EXPECT_TRUE(report.pairs[3].isRightTurned);
     EXPECT_LT(report.result->fit.rms, 0.2);
+}
+
+TEST(Calibrating, StopsWhenToldTo)
+{
+    std::size_t calls = 0;
+    const Progress progress = [&calls](std::size_t done, std::size_t total) {
+        EXPECT_EQ(total, 6U);
+        ++calls;
+        return done < 2;
+    };
+    try {
+        calibrate(readPairs({1, 2, 3, 4, 5, 6}), makeBoard(), {}, progress);
+        FAIL();
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.note().code, "cancelled");
+    }
+    EXPECT_EQ(calls, 3U); // none of 6, one and two
 }
 
 } // namespace

@@ -5,7 +5,6 @@
 #include "options/output_options.h"
 #include "options/pair_options.h"
 
-#include <vision/toolkit/board/board_search.h>
 #include <vision/toolkit/calibration/calibration_report.h>
 #include <vision/toolkit/calibration/report_pictures.h>
 #include <vision/toolkit/failure.h>
@@ -15,7 +14,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <memory>
-#include <thread>
 
 namespace tool {
 
@@ -42,6 +40,8 @@ struct CalibrateOptions
 CalibrationOptions makeCalibrationOptions(const CalibrateOptions& options)
 {
     CalibrationOptions calibration = options.calibration;
+    calibration.rotateLeft = options.input.rotateLeft;
+    calibration.rotateRight = options.input.rotateRight;
     const auto isFixed = [&options](const char* term) {
         return std::find(options.fixed.begin(), options.fixed.end(), term) != options.fixed.end();
     };
@@ -50,30 +50,16 @@ CalibrationOptions makeCalibrationOptions(const CalibrateOptions& options)
     return calibration;
 }
 
-/// What a run gives.
-struct Outcome
-{
-    CalibrationReport report;
-    std::vector<ReportFile> pictures;
-};
-
-Outcome calibrate(PairSequence& pairs, const CalibrateOptions& options, Console& console)
+CalibrationReport calibrate(PairSequence& pairs, const CalibrateOptions& options, Console& console)
 {
     console.startProgress("finding boards", pairs.size());
-    const Progress progress = [&console](std::size_t done, std::size_t) {
-        if (done > 0) {
-            console.advanceProgress();
-        }
-    };
-    const BoardSearch search =
-        findBoards(pairs, options.board, std::max(1U, std::thread::hardware_concurrency()), progress);
-    constexpr std::size_t steps = 2;
-    console.startProgress("calibrating", steps);
-    Outcome outcome{vision::toolkit::calibrate(search, makeCalibrationOptions(options)), {}};
-    console.advanceProgress();
-    outcome.pictures = drawReport(outcome.report, search, pairs);
-    console.advanceProgress();
-    return outcome;
+    return vision::toolkit::calibrate(
+        pairs, options.board, makeCalibrationOptions(options), [&console](std::size_t done, std::size_t) {
+            if (done > 0) {
+                console.advanceProgress();
+            }
+            return true;
+        });
 }
 
 void requireFree(const OutputFolder& folder, const PairSequence& pairs)
@@ -92,15 +78,16 @@ void tell(const CalibrationReport& report, bool isWritten, Console& console)
     console.notes(report.notes);
     for (const CalibratedPair& pair : report.pairs) {
         if (pair.isFailed) {
-            console.error(pair.reason);
+            console.error(*pair.reason);
         }
     }
     for (const Reason& reason : report.reasons) {
-        const std::string text = std::string(nameOf(reason.verdict)) + ": " + reason.note.text;
+        Note note = reason.note;
+        note.text = std::string(nameOf(reason.verdict)) + ": " + note.text;
         if (reason.verdict == Verdict::Refused) {
-            console.error(text);
+            console.error(note);
         } else {
-            console.note(text);
+            console.note(note);
         }
     }
     if (report.result && !isWritten) {
@@ -108,21 +95,21 @@ void tell(const CalibrationReport& report, bool isWritten, Console& console)
     }
 }
 
-std::vector<fs::path> write(const Outcome& outcome, const std::string& json, bool isWritten,
-                            const OutputFolder& folder)
+std::vector<fs::path> write(const CalibrationReport& report, const std::string& json, bool isWritten,
+                            PairSequence& pairs, const OutputFolder& folder)
 {
     if (!isWritten && (folder.has(leftName) || folder.has(rightName))) {
         return {}; // which would belong to another report
     }
     OutputFiles output(folder);
     if (isWritten) {
-        saveCalibration(outcome.report.result->records.left, leftName, output);
-        saveCalibration(outcome.report.result->records.right, rightName, output);
+        saveCalibration(report.result->records.left, leftName, output);
+        saveCalibration(report.result->records.right, rightName, output);
     }
     output.write(reportName, json);
-    for (const auto& [name, bytes] : outcome.pictures) {
+    drawReport(report, pairs, [&output](const std::string& name, const std::string& bytes) {
         output.write(name, bytes);
-    }
+    });
     return output.commit();
 }
 
@@ -153,11 +140,10 @@ ExitCode runCalibrate(const CalibrateOptions& options, Console& console)
     const OutputFolder folder(options.output.folder, options.output.existing());
     console.notes(folder.notes());
     requireFree(folder, *pairs);
-    const Outcome outcome = calibrate(*pairs, options, console);
-    const CalibrationReport& report = outcome.report;
+    const CalibrationReport report = calibrate(*pairs, options, console);
     const bool isWritten = report.result && (report.verdict != Verdict::Refused || options.forcePoor);
     const std::string json = formatReportJson(report);
-    const auto files = write(outcome, json, isWritten, folder);
+    const auto files = write(report, json, isWritten, *pairs, folder);
 
     if (files.empty()) {
         console.note("the report was not written, since " + folder.path().string() +

@@ -62,6 +62,18 @@ const std::map<std::string, std::string>& waysOut()
         {"range-starts-too-late", "give a larger --far or a smaller --min-disparity"},
 
         // board and calibration
+        {"unknown-dictionary", "give it with --dictionary"},
+        {"no-marker-detector", "leave out --pattern charuco"},
+        {"board-is-chessboard", "leave out --pattern"},
+        {"board-is-circles", "try --pattern circles"},
+        {"board-is-asymmetric", "try --pattern asymmetric-circles"},
+        {"swapped-cameras", "swap --left and --right"},
+        {"pairs-do-not-fit", "name the images in --left and --right in the same order"},
+        {"too-few-pairs", "check --board"},
+        {"residuals-grow", "try --distortion 8"},
+        {"camera-turned-180", "--rotate-right 180 turns those of the right camera"},
+        {"vertical-rig", "--rotate-left 90 --rotate-right 90 turns them"},
+        {"identical-images", "name them with --left and --right"},
 
         // check
         {"drifted",

@@ -66,11 +66,14 @@ void addBoardOptions(CLI::App& app, Board& board)
 void requireComplete(const Board& board)
 {
     if (board.pattern == Pattern::Charuco && (board.markerSize == 0 || board.dictionary.empty())) {
-        throw Failure("--pattern charuco needs --marker and --dictionary: give the edge of a marker, such as "
-                      "18mm, and the dictionary that the board was made with, such as DICT_4X4_50");
+        throw Failure("incomplete-board",
+                      "--pattern charuco",
+                      "needs --marker and --dictionary: give the edge of a marker, such as 18mm, and the "
+                      "dictionary that the board was made with, such as DICT_4X4_50");
     }
     if (board.markerSize >= board.spacing) {
-        throw Failure("--marker: markers lie within the squares, so give less than --square");
+        throw Failure(
+            "marker-too-large", "--marker", "markers lie within the squares, so give less than --square");
     }
 }
 

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "options/pair_options.h"
 
+#include <string>
+#include <tuple>
+
 namespace tool {
 
 namespace {
@@ -50,6 +53,18 @@ void addPairOptions(CLI::App& app, vision::toolkit::PairInput& input)
         ->type_name("9-16")
         ->group(group);
     addPixelLimit(app, input.limits)->group(group);
+    for (const auto& [name, side, degrees] : {std::tuple("--rotate-left", "left", &input.rotateLeft),
+                                              {"--rotate-right", "right", &input.rotateRight}}) {
+        app.add_option(name,
+                       *degrees,
+                       std::string("Turn all images of the ") + side +
+                           " camera clockwise by so many degrees: 90, 180 or 270; the same for calibrating "
+                           "and all that follows")
+            ->check(CLI::IsMember({0, 90, 180, 270}))
+            ->default_str("0")
+            ->type_name("DEGREES")
+            ->group(group);
+    }
 }
 
 } // namespace tool

@@ -3,6 +3,8 @@
 
 #include "board/detection/detection.h"
 
+#include <algorithm>
+#include <cmath>
 #include <numeric>
 
 namespace vision::toolkit {
@@ -11,11 +13,38 @@ namespace {
 
 BoardDetection seeAll(Corners corners)
 {
-    BoardDetection sighting;
-    sighting.points.resize(corners.size());
-    std::iota(sighting.points.begin(), sighting.points.end(), 0);
-    sighting.corners = std::move(corners);
-    return sighting;
+    BoardDetection detection;
+    detection.ids.resize(corners.size());
+    std::iota(detection.ids.begin(), detection.ids.end(), 0);
+    detection.corners = std::move(corners);
+    return detection;
+}
+
+/// How far a point of a parabola with that sag lies nearer to the middle than its way along the curve, by
+/// the first term of the series.
+double shorten(double place, double sag, double half)
+{
+    const double slope = 2 * sag / half; // at the end
+    return slope * slope * place * place * place / (6 * half * half);
+}
+
+void bendPoints(std::vector<cv::Point3f>& points, const cv::Vec3d& bend)
+{
+    const cv::Point3d middle = cv::Point3d(points.front() + points.back()) / 2;
+    double halfWidth = 0;
+    for (const cv::Point3f& point : points) { // asymmetric grids end elsewhere in every other row
+        halfWidth = std::max(halfWidth, std::abs(point.x - middle.x));
+    }
+    const double halfHeight = points.back().y - middle.y;
+    for (cv::Point3f& point : points) {
+        const double x = point.x - middle.x;
+        const double y = point.y - middle.y;
+        const double u = x / halfWidth;
+        const double v = y / halfHeight;
+        point = cv::Point3d(point.x - shorten(x, bend[0], halfWidth),
+                            point.y - shorten(y, bend[1], halfHeight),
+                            bend[0] * (1 - u * u) + bend[1] * (1 - v * v) + bend[2] * u * v);
+    }
 }
 
 } // namespace
@@ -34,6 +63,12 @@ BoardDetection findBoard(const cv::Mat& grey, const Board& board, Effort effort)
     return seeAll(findCircles(grey, board));
 }
 
+Board flatten(Board board)
+{
+    board.bend = {};
+    return board;
+}
+
 std::vector<cv::Point3f> makeBoardPoints(const Board& board)
 {
     const bool isMoved = board.pattern == Pattern::AsymmetricCircles;
@@ -44,6 +79,9 @@ std::vector<cv::Point3f> makeBoardPoints(const Board& board)
             points.emplace_back(
                 static_cast<float>(x * board.spacing), static_cast<float>(row * board.spacing), 0.0f);
         }
+    }
+    if (board.bend != cv::Vec3d()) {
+        bendPoints(points, board.bend);
     }
     return points;
 }

@@ -9,26 +9,20 @@
 
 #include <vision/toolkit/failure.h>
 
-#include <opencv2/imgproc.hpp>
-
 #include <algorithm>
+#include <array>
 #include <map>
 #include <numeric>
+#include <thread>
 #include <utility>
 
 namespace vision::toolkit {
 
 namespace {
 
-void addNotes(const Notes& more, Notes& notes)
+unsigned countCores()
 {
-    for (const Note& note : more) {
-        if (std::none_of(notes.begin(), notes.end(), [&note](const Note& known) {
-                return known.code == note.code && known.text == note.text;
-            })) {
-            notes.push_back(note);
-        }
-    }
+    return std::max(1U, std::thread::hardware_concurrency());
 }
 
 /// The grey images of a few pairs, spread evenly. What cannot be read is told when its turn comes.
@@ -49,16 +43,35 @@ std::vector<cv::Mat> readSamples(PairSequence& pairs)
     return samples;
 }
 
-Board settleSize(PairSequence& pairs, const Board& given, Notes& notes)
+/// A search for a board of another kind finds nothing, and takes the longest for it.
+void refuseOtherPattern(const std::vector<cv::Mat>& samples, const Board& given)
+{
+    const auto pattern = findPattern(samples, given);
+    if (pattern) {
+        constexpr std::array names{"a chessboard", "a grid of circles", "an asymmetric grid of circles"};
+        constexpr std::array codes{"board-is-chessboard", "board-is-circles", "board-is-asymmetric"};
+        const auto place = static_cast<std::size_t>(*pattern);
+        throw Failure(codes[place], "", std::string("the images show ") + names[place] + ", not what was given");
+    }
+}
+
+Board chooseSize(PairSequence& pairs, const Board& given, Notes& notes)
 {
     Board board = given;
     if (given.pattern == Pattern::Charuco) {
         requireCharuco(given);
         return board; // its markers are numbered
     }
-    board.size = findBoardSize(readSamples(pairs), given);
+    const auto samples = readSamples(pairs);
+    const auto size = findBoardSize(samples, given);
+    if (!size) {
+        refuseOtherPattern(samples, given);
+        return board; // perhaps one of the other images shows it
+    }
+    board.size = *size;
     if (board.size != given.size) {
         notes.push_back({"board-size",
+                         Severity::Doubtful,
                          "the board has " + formatSize(board.size) + " points, not " +
                              formatSize(given.size) + " as given: " + formatSize(board.size) +
                              " is taken (on a chessboard, inner corners count)"});
@@ -66,25 +79,16 @@ Board settleSize(PairSequence& pairs, const Board& given, Notes& notes)
     return board;
 }
 
-cv::Mat makePreview(const cv::Mat& grey)
-{
-    constexpr double largest = 640; // px
-    const double factor = std::min(1.0, largest / std::max(grey.cols, grey.rows));
-    cv::Mat preview;
-    cv::resize(grey, preview, {}, factor, factor, cv::INTER_AREA);
-    return preview;
-}
-
 /// The points that are seen in both images.
 BoardView match(const BoardDetection& left, const BoardDetection& right)
 {
     BoardView view;
-    for (std::size_t i = 0; i < left.points.size(); ++i) {
-        const auto same = std::lower_bound(right.points.begin(), right.points.end(), left.points[i]);
-        if (same != right.points.end() && *same == left.points[i]) {
-            view.points.push_back(left.points[i]);
+    for (std::size_t i = 0; i < left.ids.size(); ++i) {
+        const auto same = std::lower_bound(right.ids.begin(), right.ids.end(), left.ids[i]);
+        if (same != right.ids.end() && *same == left.ids[i]) {
+            view.ids.push_back(left.ids[i]);
             view.left.push_back(left.corners[i]);
-            view.right.push_back(right.corners[static_cast<std::size_t>(same - right.points.begin())]);
+            view.right.push_back(right.corners[static_cast<std::size_t>(same - right.ids.begin())]);
         }
     }
     return view;
@@ -93,29 +97,28 @@ BoardView match(const BoardDetection& left, const BoardDetection& right)
 void findView(const ImagePair& images, const Board& board, PairDetection& pair)
 {
     BoardDetection left = findBoard(images.left.grey, board, Effort::Usual);
-    BoardDetection right = findBoard(images.right.grey, board, Effort::Usual);
+    const BoardDetection right =
+        findBoard(images.right.grey, board, left.empty() ? Effort::Usual : Effort::Thorough);
     if (left.empty() && !right.empty()) {
         left = findBoard(images.left.grey, board, Effort::Thorough);
-    } else if (right.empty() && !left.empty()) {
-        right = findBoard(images.right.grey, board, Effort::Thorough);
     }
     if (left.empty() || right.empty()) {
         const char* where = !left.empty()    ? "the right image"
                             : !right.empty() ? "the left image"
                                              : "either image";
-        pair.reason = std::string("no whole board found in ") + where;
+        pair.reason =
+            Note("no-board", Severity::Info, std::string("no whole board found in ") + where);
         return;
     }
     pair.view = match(left, right);
     constexpr std::size_t fewest = 8; // twice what a pose needs
-    if (pair.view.points.size() < fewest) {
+    if (pair.view.ids.size() < fewest) {
         pair.view = {};
-        pair.reason = "too little of the board is seen in both images";
+        pair.reason =
+            Note("little-in-common", Severity::Info, "too little of the board is seen in both images");
         return;
     }
     agreeOnOrder(board, pair.view);
-    pair.leftPreview = makePreview(images.left.grey);
-    pair.rightPreview = makePreview(images.right.grey);
 }
 
 /// @return notes on the conversion of the images
@@ -128,7 +131,7 @@ Notes search(const PairSequence::Read& read, const Board& board, PairDetection& 
         return images.notes;
     } catch (const std::exception& error) {
         pair.isFailed = true;
-        pair.reason = toText(describe(error));
+        pair.reason = describe(error);
         return {};
     }
 }
@@ -156,8 +159,10 @@ void dropOtherSizes(BoardSearch& found)
     for (PairDetection& pair : found.pairs) {
         if (!pair.view.empty() && pair.size != found.imageSize) {
             pair.view = {};
-            pair.reason = "is " + formatSize(pair.size) + ", most pairs with a board are " +
-                          formatSize(found.imageSize) + ": all images must have the same size";
+            pair.reason = Note("other-size",
+                               Severity::Info,
+                               "is " + formatSize(pair.size) + ", most pairs with a board are " +
+                                   formatSize(found.imageSize) + ": all images must have the same size");
         }
     }
 }
@@ -166,21 +171,27 @@ void dropOtherSizes(BoardSearch& found)
 
 BoardSearch findBoards(PairSequence& pairs, const Board& board, unsigned workers, const Progress& progress)
 {
+    const std::size_t count = pairs.size();
+    const auto advance = [&progress, count](std::size_t done) {
+        if (progress && !progress(done, count)) {
+            throw Failure("cancelled", "", "cancelled before the board was looked for in all images");
+        }
+    };
     BoardSearch found;
-    found.board = settleSize(pairs, board, found.notes);
-    found.pairs.resize(pairs.size());
-    std::vector<std::size_t> items(pairs.size());
+    advance(0);
+    found.board = chooseSize(pairs, board, found.notes);
+    found.pairs.resize(count);
+    std::vector<std::size_t> items(count);
     std::iota(items.begin(), items.end(), std::size_t{0});
-    progress(0, items.size());
-    runInOrder(items, workers, [&](std::size_t item) -> Work {
+    runInOrder(items, workers > 0 ? workers : countCores(), [&](std::size_t item) -> Work {
         PairDetection& pair = found.pairs[item];
         pair.images = pairs.images(item);
         pair.name = pairs.name(item);
         return [&, item, read = pairs.take(item)]() -> Deliver {
             Notes notes = search(read, found.board, found.pairs[item]);
             return [&, item, notes] {
-                addNotes(notes, found.notes);
-                progress(item + 1, items.size());
+                append(found.notes, notes);
+                advance(item + 1);
             };
         };
     });

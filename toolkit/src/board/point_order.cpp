@@ -56,14 +56,26 @@ void agreeOnOrder(const Board& board, BoardView& view)
         });
 }
 
-Corners turnBack(const Corners& corners, const cv::Size& image)
+Corners undo(ImageChange change, const Corners& corners, const cv::Size& image, int columns)
 {
-    Corners turned;
+    const cv::Point2f middle(static_cast<float>(image.width - 1) / 2, static_cast<float>(image.height - 1) / 2);
+    Corners undone;
     for (const cv::Point2f& corner : corners) {
-        turned.emplace_back(static_cast<float>(image.width - 1) - corner.x,
-                            static_cast<float>(image.height - 1) - corner.y);
+        const auto [x, y] = corner - middle;
+        const cv::Point2f moved = change == ImageChange::Turned             ? cv::Point2f(-x, -y)
+                                  : change == ImageChange::TurnedRight      ? cv::Point2f(y, -x)
+                                  : change == ImageChange::TurnedLeft       ? cv::Point2f(-y, x)
+                                  : change == ImageChange::Mirrored         ? cv::Point2f(-x, y)
+                                  : change == ImageChange::MirroredUpsideDown ? cv::Point2f(x, -y)
+                                                                            : cv::Point2f(x, y);
+        undone.push_back(moved + middle);
     }
-    return turned;
+    if (change == ImageChange::Mirrored || change == ImageChange::MirroredUpsideDown) {
+        for (auto row = undone.begin(); undone.end() - row >= columns; row += columns) {
+            std::reverse(row, row + columns);
+        }
+    }
+    return undone;
 }
 
 } // namespace vision::toolkit

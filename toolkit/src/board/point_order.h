@@ -10,8 +10,21 @@ namespace vision::toolkit {
 /// cameras side by side see them run in nearly the same directions.
 void agreeOnOrder(const Board& board, BoardView& view);
 
-/// Where corners would be, had the image not been turned by 180 degrees.
-Corners turnBack(const Corners& corners, const cv::Size& image);
+/// What may have been done to all images of a camera before they were stored.
+enum class ImageChange
+{
+    None,
+    Turned,             ///< by 180 degrees
+    TurnedRight,        ///< by 90 degrees, clockwise
+    TurnedLeft,         ///< by 90 degrees, counterclockwise
+    Mirrored,           ///< left and right
+    MirroredUpsideDown, ///< top and bottom
+};
+
+/// Where corners would be, had the image not been changed, about the middle of the image. The corners of a
+/// mirrored board get the order that a detector would give them.
+/// @param columns points in a row of the board
+Corners undo(ImageChange change, const Corners& corners, const cv::Size& image, int columns);
 
 } // namespace vision::toolkit
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "calibration/board_pose.h"
 
+#include "calibration/projection.h"
+
 #include <opencv2/calib3d.hpp>
 
 #include <cmath>
@@ -9,32 +11,13 @@ namespace vision::toolkit {
 
 namespace {
 
-/// What the points of a view should give in one image, and how it changes with the position of the board.
-struct Projection
-{
-    Corners corners;
-    cv::Mat residuals; ///< 2N x 1
-    cv::Mat jacobian;  ///< 2N x 6: by rotation and translation of the camera that was projected with
-};
-
-Projection project(const CameraFit& camera, const cv::Mat& rotation, const cv::Mat& translation,
-                   const std::vector<cv::Point3f>& points, const Corners& seen)
-{
-    Projection projection;
-    cv::Mat jacobian;
-    cv::projectPoints(
-        points, rotation, translation, camera.matrix, camera.distortion, projection.corners, jacobian);
-    projection.jacobian = jacobian.colRange(0, 6);
-    const cv::Mat difference = cv::Mat(seen) - cv::Mat(projection.corners);
-    difference.reshape(1, 2 * static_cast<int>(points.size())).convertTo(projection.residuals, CV_64F);
-    return projection;
-}
-
-/// Both images of a view, the right Jacobian by rotation and translation of the left camera, too.
+/// Both images of a view.
 struct Projections
 {
     Projection left;
     Projection right;
+    cv::Mat leftByPose; ///< 2N x 6, by the position in the left camera's frame
+    cv::Mat rightByPose;
 };
 
 Projections project(const PairFit& fit, const BoardPose& pose, const std::vector<cv::Point3f>& points,
@@ -42,34 +25,16 @@ Projections project(const PairFit& fit, const BoardPose& pose, const std::vector
 {
     const cv::Mat rotation(pose.rotation);
     const cv::Mat translation(pose.translation);
-    cv::Mat toRight;
-    cv::Rodrigues(fit.rotation, toRight);
-    cv::Mat rightRotation;
-    cv::Mat rightTranslation;
-    cv::Mat rotationByRotation;
-    cv::Mat translationByTranslation;
-    cv::Mat unused;
-    cv::composeRT(rotation,
-                  translation,
-                  toRight,
-                  fit.translation,
-                  rightRotation,
-                  rightTranslation,
-                  rotationByRotation,
-                  unused,
-                  unused,
-                  unused,
-                  unused,
-                  translationByTranslation,
-                  unused,
-                  unused);
-    Projections projections{project(fit.left, rotation, translation, points, view.left),
-                            project(fit.right, rightRotation, rightTranslation, points, view.right)};
-    const cv::Mat byRight = projections.right.jacobian;
-    cv::hconcat(byRight.colRange(0, 3) * rotationByRotation,
-                byRight.colRange(3, 6) * translationByTranslation,
-                projections.right.jacobian);
-    return projections;
+    const RightPosition right = toRight(fit, rotation, translation);
+    Projections both{project(fit.left, rotation, translation, points, view.left),
+                     project(fit.right, right.rotation, right.translation, points, view.right),
+                     {},
+                     {}};
+    both.leftByPose = both.left.byPose();
+    cv::hconcat(both.right.byRotation * right.rotationByLeft,
+                both.right.byTranslation * right.translationByLeft,
+                both.rightByPose);
+    return both;
 }
 
 /// One step of Gauss and Newton.
@@ -78,7 +43,7 @@ cv::Vec6d findStep(const Projections& projections)
 {
     cv::Mat jacobian;
     cv::Mat residuals;
-    cv::vconcat(projections.left.jacobian, projections.right.jacobian, jacobian);
+    cv::vconcat(projections.leftByPose, projections.rightByPose, jacobian);
     cv::vconcat(projections.left.residuals, projections.right.residuals, residuals);
     cv::Vec6d change;
     const bool isFound = cv::solve(jacobian, residuals, change, cv::DECOMP_NORMAL | cv::DECOMP_CHOLESKY);
@@ -108,9 +73,10 @@ BoardPose findPose(const PairFit& fit, const BoardView& view, const Board& board
 {
     constexpr int mostSteps = 10;
     constexpr double still = 1e-8; // rad and m
-    const auto points = makeBoardPoints(board, view.points);
+    const auto points = makeBoardPoints(board, view.ids);
     BoardPose pose;
-    cv::solvePnP(points, view.left, fit.left.matrix, fit.left.distortion, pose.rotation, pose.translation);
+    cv::solvePnP(makeBoardPoints(flatten(board), view.ids),
+                 view.left, fit.left.matrix, fit.left.distortion, pose.rotation, pose.translation);
     Projections projections = project(fit, pose, points, view);
     for (int step = 0; step < mostSteps; ++step) {
         const cv::Vec6d change = findStep(projections);

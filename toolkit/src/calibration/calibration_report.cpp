@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/calibration/calibration_report.h>
 
+#include "base/statistics.h"
+#include "calibration/bend.h"
 #include "calibration/fisheye.h"
 #include "calibration/judgement.h"
+#include "calibration/mishaps.h"
 #include "calibration/outlier_rejection.h"
 #include "calibration/poses.h"
 #include "calibration/quality.h"
@@ -11,6 +14,7 @@
 
 #include <vision/toolkit/failure.h>
 
+#include <fmt/format.h>
 #include <opencv2/core.hpp>
 
 #include <algorithm>
@@ -23,44 +27,37 @@ namespace {
 constexpr std::size_t fewestViews = 3;
 constexpr double tellsNoTilt = 0.03; // relative uncertainty of the focal length
 
-CalibrationReport begin(const BoardSearch& search)
+CalibrationReport begin(const BoardSearch& search, const CalibrationOptions& options)
 {
     CalibrationReport report;
+    report.rotateLeft = options.rotateLeft;
+    report.rotateRight = options.rotateRight;
     report.board = search.board;
     report.imageSize = search.imageSize;
     report.notes = search.notes;
-    for (const PairDetection& sighting : search.pairs) {
+    for (const PairDetection& detection : search.pairs) {
         CalibratedPair pair;
-        pair.images = sighting.images;
-        pair.name = sighting.name;
-        pair.isFailed = sighting.isFailed;
-        pair.reason = sighting.reason;
-        if (!sighting.view.empty()) {
-            pair.picture = namePicture(report.pairs.size(), search.pairs.size(), sighting.name);
+        pair.images = detection.images;
+        pair.name = detection.name;
+        pair.isFailed = detection.isFailed;
+        pair.reason = detection.reason;
+        if (!detection.view.empty()) {
+            pair.picture = namePicture(report.pairs.size(), search.pairs.size(), detection.name);
         }
         report.pairs.push_back(pair);
     }
     return report;
 }
 
-std::string describeRepair(const FittedView& view, const PairNames& images)
+std::optional<Note> describeRepair(const FittedView& view, const PairNames& images)
 {
     if (!view.isLeftTurned && !view.isRightTurned) {
-        return {};
+        return std::nullopt;
     }
     const std::string turned = view.isLeftTurned && view.isRightTurned ? images.left + " and " + images.right
                                : view.isLeftTurned                     ? images.left
                                                                        : images.right;
-    return turned + ": turned by 180 degrees, its corners were turned back";
-}
-
-double rmsOf(const std::vector<double>& values)
-{
-    double squares = 0;
-    for (const double value : values) {
-        squares += value * value;
-    }
-    return std::sqrt(squares / static_cast<double>(values.size()));
+    return Note("turned-back", Severity::Info, "turned by 180 degrees, its corners were turned back", turned);
 }
 
 cv::Vec3d findCentre(const Board& board)
@@ -82,76 +79,210 @@ void addView(const FittedView& view, const CalibrationPair& records, const Board
     pair.expectedRight = view.pose.right;
     pair.rmsLeft = view.pose.rmsLeft;
     pair.rmsRight = view.pose.rmsRight;
-    pair.rowError = rmsOf(findRowErrors(rectify(view.view, records)));
+    pair.rowError = rms(findRowErrors(rectify(view.view, records)));
     pair.distance = cv::norm(view.pose.toCamera(findCentre(board)));
     pair.tilt = findTilt(view.pose);
 }
 
-CalibrationResult measure(const OutlierRejection& settled, const BoardSearch& search,
-                          const CalibrationOptions& options)
+std::vector<const FittedView*> listUsed(const OutlierRejection& kept)
 {
-    const cv::Size& size = search.imageSize;
     std::vector<const FittedView*> used;
-    for (const FittedView& view : settled.views) {
+    for (const FittedView& view : kept.views) {
         if (view.isUsed) {
             used.push_back(&view);
         }
     }
-    const auto views = settled.usedViews();
+    return used;
+}
+
+CalibrationResult measure(const OutlierRejection& kept, const BoardSearch& search, const Board& board,
+                          const CalibrationOptions& options)
+{
+    const cv::Size& size = search.imageSize;
+    const auto used = listUsed(kept);
+    const auto views = kept.usedViews();
+    const auto [nearest, farthest] = findSeenDistances(used, board);
     CalibrationResult result;
-    result.fit = settled.fit;
-    result.records = makeRecords(settled.fit, size, options.alpha);
-    result.uncertainty = findUncertainty(views, size, search.board, options.lens, settled.fit);
+    result.fit = kept.fit;
+    result.records = makeRecords(kept.fit, size, options.alpha);
+    result.uncertainty = findUncertainty(
+        views, size, board, options.lens, kept.fit, {drawCovered(used, size, Side::Left), nearest, farthest});
     result.left = measureCamera(used, size, Side::Left);
     result.right = measureCamera(used, size, Side::Right);
     result.left.validArea = measureValidArea(result.records.left);
     result.right.validArea = measureValidArea(result.records.right);
     result.poses = selectPoses(views, size).size();
-    result.tiltRange = settled.isStable && findFocalLengthUncertainty(result) < tellsNoTilt
+    result.tiltRange = kept.isStable && findFocalLengthUncertainty(result) < tellsNoTilt
                            ? findTiltRange(used)
                            : findCommonTiltRange(used, search);
-    measureRectified(used, search.board, result);
+    measureRectified(used, board, result);
     return result;
 }
 
 /// Whether the lens may be the reason for what does not fit.
 bool isSuspicious(const CalibrationResult& result)
 {
-    constexpr double high = 0.5; // px
     constexpr double grown = 1.5;
-    return std::max(result.fit.left.rms, result.fit.right.rms) > high ||
+    return std::max(result.fit.left.rms, result.fit.right.rms) > highResiduals ||
            std::max(result.left.residualGrowth, result.right.residualGrowth) > grown;
+}
+
+/// Each camera alone fits far better than both together.
+bool holdOnlyAlone(const PairFit& fit)
+{
+    constexpr double farBetter = 2;
+    return fit.rms > highResiduals && fit.rms > farBetter * std::max(fit.left.rms, fit.right.rms);
+}
+
+ResidualCause findCause(const OutlierRejection& kept, const Board& board)
+{
+    constexpr double mostOfIt = 0.5;
+    if (holdOnlyAlone(kept.fit)) {
+        return ResidualCause::NotSimultaneous;
+    }
+    return kept.fit.rms > highResiduals &&
+                   explainByRollingShutter(kept.usedViews(), board, kept.fit) > mostOfIt
+               ? ResidualCause::RollingShutter
+               : ResidualCause::Unknown;
+}
+
+/// A fit that went astray has figures that mean nothing.
+bool isAstray(const PairFit& fit, const cv::Size& imageSize)
+{
+    constexpr double shortest = 0.1; // of the image's width: 157 degrees across
+    constexpr double longest = 100;  // and half a degree
+    const double width = std::max(imageSize.width, imageSize.height);
+    const auto isOutside = [width](const CameraFit& camera) {
+        const double focalLength = camera.matrix.at<double>(0, 0);
+        return !(focalLength > shortest * width && focalLength < longest * width);
+    };
+    return !std::isfinite(fit.rms) || !cv::checkRange(fit.translation) ||
+           isOutside(fit.left) || isOutside(fit.right);
+}
+
+void refuse(const Note& note, CalibrationReport& report)
+{
+    report.reasons.push_back({Verdict::Refused, note});
+}
+
+/// When there is no fit, no pair is used.
+void leaveOut(CalibrationReport& report)
+{
+    for (CalibratedPair& pair : report.pairs) {
+        if (!pair.reason) {
+            pair.reason = Note("not-fitted", Severity::Info, "is not used: all pairs together give no fit");
+        }
+    }
+}
+
+std::string formatBend(double bend, double deviation)
+{
+    return fmt::format("{:.1f} +- {:.1f} mm", 1000 * std::abs(bend), 1000 * deviation);
+}
+
+/// Takes the bend of the board into account when it is significant.
+Board straighten(OutlierRejection& kept, const BoardSearch& search, const CalibrationOptions& options,
+                 cv::Vec3d& deviation, Notes& notes)
+{
+    const auto views = kept.usedViews();
+    const double repeats = static_cast<double>(views.size()) /
+                           static_cast<double>(selectPoses(views, search.imageSize).size());
+    const auto bent = fitBentBoard(views, search.board, options.lens, kept.fit, repeats);
+    if (!bent) {
+        return search.board;
+    }
+    kept.fit = bent->fit;
+    for (FittedView& view : kept.views) {
+        view.pose = findPose(kept.fit, view.view, bent->board);
+    }
+    deviation = bent->deviation;
+    const cv::Vec3d& bend = bent->board.bend;
+    notes.push_back({"board-bent",
+                     Severity::Info,
+                     "the board is bowed by " + formatBend(bend[0], deviation[0]) + " along its rows and by " +
+                         formatBend(bend[1], deviation[1]) +
+                         " along its columns, which is taken into account"});
+    return bent->board;
+}
+
+void addReasons(const OutlierRejection& kept, const BoardSearch& search, const CalibrationOptions& options,
+                CalibrationReport& report)
+{
+    if (kept.swapped > 0) {
+        report.reasons.push_back(
+            {Verdict::Usable,
+             {"pairs-swapped",
+              fmt::format("left and right are exchanged in {} of {} pairs, which are not used: name each image "
+                          "on its own side",
+                          kept.swapped,
+                          kept.views.size())}});
+    }
+    if (!kept.isStable) {
+        refuse({"pairs-do-not-fit",
+                "more than a third of the pairs do not fit each other: check that the images of both cameras "
+                "are in the same order and that the cameras did not move between them"},
+               report);
+    }
+    if ((!kept.isStable || isSuspicious(*report.result)) &&
+        isFisheye(kept.usedViews(), search.imageSize, search.board, options.lens)) {
+        refuse({"fisheye-lens",
+                "the cameras have fisheye lenses, which the calibration files cannot describe: take other "
+                "lenses, or convert the images to those of a common lens first"},
+               report);
+    }
+}
+
+std::vector<const BoardView*> listViews(const OutlierRejection& kept)
+{
+    std::vector<const BoardView*> views;
+    for (const FittedView& view : kept.views) {
+        views.push_back(&view.view);
+    }
+    return views;
 }
 
 void fit(const BoardSearch& search, const CalibrationOptions& options, CalibrationReport& report)
 {
-    const OutlierRejection settled = settle(search, options.lens);
-    const CalibrationResult result = measure(settled, search, options);
-    for (const FittedView& view : settled.views) {
-        addView(view, result.records, search.board, report.pairs[view.pair]);
+    OutlierRejection kept = rejectOutliers(search, options.lens);
+    const bool isPoor = !kept.isStable || holdOnlyAlone(kept.fit);
+    if (isPoor || !canBeTurned(search.board)) {
+        const auto cause =
+            findChangedCamera(listViews(kept), search.imageSize, search.board, options.lens, kept.fit);
+        if (cause) {
+            refuse(*cause, report);
+            leaveOut(report);
+            return;
+        }
     }
-    report.reasons = judge(result);
-    if (!settled.isStable) {
-        report.reasons.push_back({Verdict::Refused,
-                                  {"pairs-do-not-fit",
-                                   "more than a third of the pairs do not fit each other: check that --left "
-                                   "and --right name the images "
-                                   "in the same order and that the cameras did not move between them"}});
+    if (isAstray(kept.fit, search.imageSize)) {
+        refuse({"not-determined",
+                "these views determine no cameras: take images with the board tilted and in all parts of the "
+                "image"},
+               report);
+        leaveOut(report);
+        return;
     }
-    if ((!settled.isStable || isSuspicious(result)) &&
-        isFisheye(settled.usedViews(), search.imageSize, search.board, options.lens)) {
-        report.reasons.push_back(
-            {Verdict::Refused,
-             {"fisheye-lens",
-              "the cameras have fisheye lenses, which the calibration files cannot describe: "
-              "take other lenses, or convert the images to those of a common lens first"}});
+    cv::Vec3d bendDeviation;
+    if (!isPoor) {
+        report.board = straighten(kept, search, options, bendDeviation, report.notes);
     }
-    report.result = result;
+    report.result = measure(kept, search, report.board, options);
+    report.result->bendDeviation = bendDeviation;
+    for (const FittedView& view : kept.views) {
+        addView(view, report.result->records, report.board, report.pairs[view.pair]);
+    }
+    report.reasons = judge(*report.result, findCause(kept, report.board));
+    addReasons(kept, search, options, report);
 }
 
-void refuse(const std::string& code, const std::string& text, CalibrationReport& report)
+/// More of the same image twice than of two.
+bool holdsSameImages(const BoardSearch& search, std::size_t views)
 {
-    report.reasons.push_back({Verdict::Refused, {code, text}});
+    return 2 * static_cast<std::size_t>(
+                   std::count_if(search.pairs.begin(), search.pairs.end(), [](const PairDetection& pair) {
+                       return !pair.view.empty() && isSameImage(pair.view);
+                   })) >
+           views;
 }
 
 } // namespace
@@ -183,26 +314,33 @@ std::size_t CalibrationReport::countFailed() const
 
 CalibrationReport calibrate(const BoardSearch& search, const CalibrationOptions& options)
 {
-    CalibrationReport report = begin(search);
+    CalibrationReport report = begin(search, options);
     const auto views = static_cast<std::size_t>(
         std::count_if(search.pairs.begin(), search.pairs.end(), [](const PairDetection& pair) {
             return !pair.view.empty();
         }));
-    if (views > 0) {
+    if (holdsSameImages(search, views)) {
+        refuse({"identical-images",
+                "both images of most pairs are the same: give those of both cameras"},
+               report);
+        leaveOut(report);
+    } else if (views > 0) {
         try {
             fit(search, options, report);
         } catch (const cv::Exception& error) {
-            refuse("not-determined",
-                   "these views determine no cameras (" + toText(describe(error)) +
-                       "): take images with the board tilted and in all parts of the image",
+            refuse({"not-determined",
+                    "these views determine no cameras (" + toText(describe(error)) +
+                        "): take images with the board tilted and in all parts of the image"},
                    report);
+            leaveOut(report);
         }
     }
     if (views < fewestViews) {
-        refuse("too-few-pairs",
-               "too few pairs show the whole board in both images: " + std::to_string(views) + ", at least " +
-                   std::to_string(fewestViews) +
-                   " are needed, 10 or more are good; check --board and take more pairs",
+        refuse({"too-few-pairs",
+                fmt::format("too few pairs show the whole board in both images: {}, at least {} are needed, 10 or "
+                            "more are good; check the size of the board and take more pairs",
+                            views,
+                            fewestViews)},
                report);
     }
     std::stable_sort(report.reasons.begin(), report.reasons.end(), [](const Reason& a, const Reason& b) {
@@ -210,6 +348,18 @@ CalibrationReport calibrate(const BoardSearch& search, const CalibrationOptions&
     });
     report.verdict = report.reasons.empty() ? Verdict::Good : report.reasons.front().verdict;
     return report;
+}
+
+CalibrationReport calibrate(PairSequence& pairs, const Board& board, const CalibrationOptions& options,
+                            const Progress& progress)
+{
+    return calibrate(findBoards(pairs, board, options.workers, progress), options);
+}
+
+CalibrationReport calibrate(const std::vector<RawPair>& pairs, const Board& board,
+                            const CalibrationOptions& options, const Progress& progress)
+{
+    return calibrate(*makePairs(pairs), board, options, progress);
 }
 
 } // namespace vision::toolkit

@@ -48,7 +48,7 @@ bool isFisheye(const std::vector<const BoardView*>& views, const cv::Size& image
     Points left;
     Points right;
     for (const BoardView* pose : poses) {
-        const auto points = makeBoardPoints(board, pose->points);
+        const auto points = makeBoardPoints(board, pose->ids);
         boards.emplace_back(points.begin(), points.end());
         left.emplace_back(pose->left.begin(), pose->left.end());
         right.emplace_back(pose->right.begin(), pose->right.end());

@@ -2,6 +2,7 @@
 #include "calibration/judgement.h"
 
 #include <fmt/format.h>
+#include <opencv2/core.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -84,30 +85,80 @@ void judgeFocalLength(double uncertainty, Reasons& reasons)
         reasons.push_back(
             {uncertainty <= refused ? Verdict::Poor : Verdict::Refused,
              {"uncertain-focal-length",
-              "the focal length is uncertain by " + percent(uncertainty) +
+              (std::isnan(uncertainty) ? std::string("the focal length is not determined")
+                                       : "the focal length is uncertain by " + percent(uncertainty)) +
                   ", and every distance with it: take more images, the board tilted more, large in the "
                   "image and in all parts of it"}});
     }
 }
 
-void judgeResiduals(const CalibrationResult& result, Reasons& reasons)
+/// Limits of what distances may be uncertain by, the baseline and each depth alike.
+Verdict judgeDistance(double relative)
+{
+    constexpr double good = 0.01;
+    constexpr double usable = 0.03;
+    constexpr double poor = 0.1;
+    return relative <= good     ? Verdict::Good
+           : relative <= usable ? Verdict::Usable
+           : relative <= poor   ? Verdict::Poor
+                                : Verdict::Refused;
+}
+
+void judgeDistances(const CalibrationResult& result, Reasons& reasons)
+{
+    constexpr std::size_t told = 3; // with fewer poses, their number is the reason
+    const PairUncertainty& uncertainty = result.uncertainty;
+    if (result.poses < told) {
+        return;
+    }
+    const double baseline = uncertainty.baseline / cv::norm(result.fit.translation);
+    if (judgeDistance(baseline) != Verdict::Good) {
+        reasons.push_back({judgeDistance(baseline),
+                           {"uncertain-baseline",
+                            (std::isnan(baseline) ? std::string("the baseline is not determined")
+                                                  : "the baseline is uncertain by " + percent(baseline)) +
+                                ", and every distance with it: take more images, the board large in both of them"}});
+    }
+    const double depth = uncertainty.relativeDepthError;
+    if (judgeDistance(depth) != Verdict::Good) {
+        reasons.push_back(
+            {judgeDistance(depth),
+             {"uncertain-depth",
+              fmt::format("where the board was seen, {:.2f} to {:.2f} m away, depths are {}: take more and "
+                          "sharper images, the board in all parts of them",
+                          uncertainty.nearest,
+                          uncertainty.farthest,
+                          std::isnan(depth) ? "not determined" : "uncertain by up to " + percent(depth))}});
+    }
+}
+
+Note describeResiduals(double rms, const CameraFit& worse, ResidualCause cause)
+{
+    const std::string what = fmt::format("the corners are {:.2f} px rms from where they should be", rms);
+    switch (cause) {
+    case ResidualCause::NotSimultaneous:
+        return {"not-simultaneous",
+                what + fmt::format(", and {:.2f} px within each camera: take both images at the same moment, or "
+                                   "hold the board still, and see that the cameras cannot move against each other",
+                                   worse.rms)};
+    case ResidualCause::RollingShutter:
+        return {"rolling-shutter",
+                what + ", as when rows are exposed one after the other while the board moves: hold it still"};
+    case ResidualCause::Unknown:
+        break;
+    }
+    return {"high-residuals",
+            what + ", of unknown cause: see that the images are sharp and the board and the cameras keep still"};
+}
+
+void judgeResiduals(const CalibrationResult& result, ResidualCause cause, Reasons& reasons)
 {
     constexpr double usable = 1.0; // px; matching looks for the same row
-    constexpr double good = 0.5;
-    if (result.fit.rms > good) {
-        const bool isTogether =
-            result.fit.rms >
-            2 * std::max(result.fit.left.rms, result.fit.right.rms); // each alone is far better
+    const PairFit& fit = result.fit;
+    if (fit.rms > highResiduals) {
         reasons.push_back(
-            {result.fit.rms > usable ? Verdict::Poor : Verdict::Usable,
-             {"high-residuals",
-              "the corners are " + fmt::format("{:.2f}", result.fit.rms) +
-                  " px rms from where they should be" +
-                  (isTogether
-                       ? std::string(", but not within each camera: take both images at the same moment and "
-                                     "see that the cameras cannot move against each other")
-                       : std::string(": see that the board is flat and held still, and the images are "
-                                     "sharp"))}});
+            {fit.rms > usable ? Verdict::Poor : Verdict::Usable,
+             describeResiduals(fit.rms, fit.left.rms > fit.right.rms ? fit.left : fit.right, cause)});
     }
     constexpr double grown = 1.5;
     const double growth = std::max(result.left.residualGrowth, result.right.residualGrowth);
@@ -116,8 +167,8 @@ void judgeResiduals(const CalibrationResult& result, Reasons& reasons)
             {Verdict::Usable,
              {"residuals-grow",
               "towards the borders of the image the residuals grow to " + fmt::format("{:.1f}", growth) +
-                  " times those of the middle: the lens is bent more than --distortion describes, try "
-                  "8; or the images are not sharp there"}});
+                  " times those of the middle: the lens is bent more than its model describes, or the images "
+                  "are not sharp there"}});
     }
 }
 
@@ -150,7 +201,7 @@ void judgeArrangement(const CalibrationPair& records, Reasons& reasons)
         reasons.push_back(
             {Verdict::Refused,
              {"swapped-cameras",
-              "the left camera stands to the right of the right one: swap --left and --right"}});
+              "the left camera stands to the right of the right one, or all images are mirrored: exchange the images of both cameras"}});
     }
 }
 
@@ -158,22 +209,28 @@ void judgeArrangement(const CalibrationPair& records, Reasons& reasons)
 
 double findFocalLengthUncertainty(const CalibrationResult& result)
 {
-    const auto relative = [](const CameraFit& camera, const CameraDeviation& deviation) {
-        return std::max(deviation.focalLengthX / camera.matrix.at<double>(0, 0),
-                        deviation.focalLengthY / camera.matrix.at<double>(1, 1));
-    };
-    return std::max(relative(result.fit.left, result.uncertainty.cameras.left),
-                    relative(result.fit.right, result.uncertainty.cameras.right));
+    double largest = 0;
+    for (const bool isLeft : {true, false}) {
+        const CameraFit& camera = isLeft ? result.fit.left : result.fit.right;
+        const CameraDeviation& deviation =
+            isLeft ? result.uncertainty.cameras.left : result.uncertainty.cameras.right;
+        for (const double relative : {deviation.focalLengthX / camera.matrix.at<double>(0, 0),
+                                      deviation.focalLengthY / camera.matrix.at<double>(1, 1)}) {
+            largest = relative <= largest || std::isnan(largest) ? largest : relative; // NaN stays
+        }
+    }
+    return largest;
 }
 
-std::vector<Reason> judge(const CalibrationResult& result)
+std::vector<Reason> judge(const CalibrationResult& result, ResidualCause cause)
 {
     Reasons reasons;
     judgeArrangement(result.records, reasons);
     judgePoses(result.poses, reasons);
     judgeTilt(result.tiltRange, reasons);
     judgeFocalLength(findFocalLengthUncertainty(result), reasons);
-    judgeResiduals(result, reasons);
+    judgeDistances(result, reasons);
+    judgeResiduals(result, cause, reasons);
     judgeRows(result.rowError, result.uncertainty.unseenRowError, reasons);
     judgeCoverage(result.left, "left", reasons);
     judgeCoverage(result.right, "right", reasons);

@@ -1,8 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "calibration/outlier_rejection.h"
 
+#include "base/statistics.h"
 #include "board/point_order.h"
-#include "calibration/poses.h"
+#include "calibration/mishaps.h"
 
 #include <fmt/format.h>
 #include <opencv2/core.hpp>
@@ -15,30 +16,25 @@ namespace vision::toolkit {
 
 namespace {
 
-/// Fits of more views cost with the third power of their number; so many settle in a tenth of a second.
+/// Fits of more views cost with the third power of their number; so many are fitted in a tenth of a second.
 constexpr std::size_t enoughToStart = 24;
 
 /// Beyond, the fit takes minutes and what is determined to a hundredth of a percent gains nothing.
 constexpr std::size_t enough = 250;
 
-double median(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
+constexpr const char* notFitting = "does-not-fit";
 
-class Settling
+class Rejection
 {
 public:
-    Settling(const BoardSearch& search, const LensModel& lens) : _search(search), _lens(lens)
+    Rejection(const BoardSearch& search, const LensModel& lens) : _search(search), _lens(lens)
     {
         for (std::size_t pair = 0; pair < search.pairs.size(); ++pair) {
             if (!search.pairs[pair].view.empty()) {
-                FittedView settled;
-                settled.pair = pair;
-                settled.view = search.pairs[pair].view;
-                _all.views.push_back(std::move(settled));
+                FittedView fitted;
+                fitted.pair = pair;
+                fitted.view = search.pairs[pair].view;
+                _all.views.push_back(std::move(fitted));
             }
         }
     }
@@ -46,15 +42,17 @@ public:
     OutlierRejection run()
     {
         std::vector<FittedView*> later;
-        const std::size_t count = _all.views.size();
+        const auto candidates = listCandidates();
+        const std::size_t count = candidates.size();
         const std::size_t first = std::min(count, enoughToStart);
         std::size_t next = 0;
         for (std::size_t i = 0; i < count; ++i) {
             const bool isFirst = next < first && i == next * count / first;
             next += isFirst ? 1 : 0;
-            (isFirst ? _active : later).push_back(&_all.views[i]);
+            (isFirst ? _active : later).push_back(candidates[i]);
         }
         fitActive(nullptr);
+        dropSwapped();
         dropOutliers();
         if (!later.empty()) {
             admit(later);
@@ -63,13 +61,93 @@ public:
             fitActive(&start);
             dropOutliers();
         }
+        readmit();
         for (FittedView& view : _all.views) {
             view.pose = findPose(_all.fit, view.view, _search.board);
+            if (view.reason && view.reason->code == notFitting) {
+                view.reason->text =
+                    fmt::format("does not fit the other pairs ({:.1f} px): a wrong partner image, or something "
+                                "moved between the two images",
+                                view.pose.rms());
+            }
         }
         return std::move(_all);
     }
 
 private:
+    /// All views but those that show one image twice.
+    std::vector<FittedView*> listCandidates()
+    {
+        std::vector<FittedView*> candidates;
+        for (FittedView& view : _all.views) {
+            if (isSameImage(view.view)) {
+                exclude(view, "identical-images", "both images are the same");
+            } else {
+                candidates.push_back(&view);
+            }
+        }
+        return candidates;
+    }
+
+    static void exclude(FittedView& view, const char* code, const std::string& text)
+    {
+        view.isUsed = false;
+        view.reason = Note(code, Severity::Info, text);
+    }
+
+    void excludeSwapped(FittedView& view)
+    {
+        exclude(view, "pair-swapped", "left and right are exchanged");
+        ++_all.swapped;
+    }
+
+    [[nodiscard]] bool isFitting() const
+    {
+        return *std::max_element(_errors.begin(), _errors.end()) <= _limit && !holdsWrongPartners();
+    }
+
+    /// Several such views would pull the fit to their side before the first of them could be told.
+    void dropSwapped()
+    {
+        if (isFitting()) {
+            return;
+        }
+        std::vector<const BoardView*> views;
+        for (const FittedView* view : _active) {
+            views.push_back(&view->view);
+        }
+        const auto swapped = findSwapped(views, _search.board, _all.fit);
+        std::vector<FittedView*> others;
+        for (std::size_t i = 0; i < _active.size(); ++i) {
+            if (swapped[i]) {
+                excludeSwapped(*_active[i]);
+            } else {
+                others.push_back(_active[i]);
+            }
+        }
+        if (others.size() < _active.size()) {
+            _active = others;
+            fitActive(nullptr);
+        }
+    }
+
+    /// A view may have been dropped for the fault of one that went after it.
+    void readmit()
+    {
+        bool isAny = false;
+        for (FittedView& view : _all.views) {
+            if (view.reason && view.reason->code == notFitting && measureError(view.view) <= _limit) {
+                view.isUsed = true;
+                view.reason.reset();
+                _active.push_back(&view);
+                isAny = true;
+            }
+        }
+        if (isAny) {
+            fitAnew();
+        }
+    }
+
     void fitActive(const PairFit* start)
     {
         std::vector<const BoardView*> views;
@@ -117,7 +195,7 @@ private:
     {
         for (;;) {
             const auto worst = std::max_element(_errors.begin(), _errors.end());
-            if (*worst <= _limit && !holdsWrongPartners()) {
+            if (isFitting()) {
                 return;
             }
             if (3 * (_dropped + 1) > _all.views.size()) {
@@ -144,32 +222,50 @@ private:
         fitActive(_active.size() > enoughToStart ? &start : nullptr);
     }
 
-    bool repair(FittedView& settled)
+    /// Tries what may have been done to the images; the likeliest is what fits best.
+    /// @return whether the view fits now
+    bool repair(FittedView& fitted)
     {
-        if (settled.isLeftTurned || settled.isRightTurned) {
+        if (fitted.isLeftTurned || fitted.isRightTurned) {
             return false;
         }
+        BoardView swapped = fitted.view;
+        std::swap(swapped.left, swapped.right);
+        double best = std::min(measureError(swapped), _limit);
+        const bool isSwapped = best < _limit;
+        FittedView repaired = fitted;
         for (const auto& [isLeft, isRight] : {std::pair(false, true), {true, false}, {true, true}}) {
-            BoardView view = settled.view;
-            view.left = isLeft ? turnBack(view.left, _search.imageSize) : view.left;
-            view.right = isRight ? turnBack(view.right, _search.imageSize) : view.right;
+            BoardView view = fitted.view;
+            view.left = isLeft ? turnBack(view.left) : view.left;
+            view.right = isRight ? turnBack(view.right) : view.right;
             agreeOnOrder(_search.board, view);
-            if (measureError(view) <= _limit) {
-                settled.view = view;
-                settled.isLeftTurned = isLeft;
-                settled.isRightTurned = isRight;
-                return true;
+            const double error = measureError(view);
+            if (error < best) {
+                best = error;
+                repaired.view = view;
+                repaired.isLeftTurned = isLeft;
+                repaired.isRightTurned = isRight;
             }
         }
-        return false;
+        const bool isRepaired = repaired.isLeftTurned || repaired.isRightTurned;
+        if (isSwapped && !isRepaired) {
+            excludeSwapped(fitted);
+        }
+        fitted = repaired.isUsed == fitted.isUsed ? repaired : fitted;
+        return isRepaired;
+    }
+
+    [[nodiscard]] Corners turnBack(const Corners& corners) const
+    {
+        return undo(ImageChange::Turned, corners, _search.imageSize, _search.board.size.width);
     }
 
     void drop(FittedView& view)
     {
-        ++_dropped;
-        view.isUsed = false;
-        view.reason = "does not fit the other pairs (" + fmt::format("{:.1f}", measureError(view.view)) +
-                      " px): a wrong partner image, or something moved between the two images";
+        if (view.isUsed) {
+            ++_dropped;
+            exclude(view, notFitting, ""); // how badly, the last fit tells
+        }
     }
 
     void admit(const std::vector<FittedView*>& views)
@@ -191,12 +287,13 @@ private:
         const std::size_t count = std::min(_active.size(), enough);
         for (FittedView* view : _active) {
             view->isUsed = false;
-            view->reason = "fits, but " + std::to_string(enough) + " pairs are enough";
+            view->reason =
+                Note("not-needed", Severity::Info, fmt::format("fits, but {} pairs are enough", enough));
         }
         for (std::size_t i = 0; i < count; ++i) {
             some.push_back(_active[i * _active.size() / count]);
             some.back()->isUsed = true;
-            some.back()->reason.clear();
+            some.back()->reason.reset();
         }
         _active = some;
     }
@@ -223,9 +320,9 @@ std::vector<const BoardView*> OutlierRejection::usedViews() const
     return used;
 }
 
-OutlierRejection settle(const BoardSearch& search, const LensModel& lens)
+OutlierRejection rejectOutliers(const BoardSearch& search, const LensModel& lens)
 {
-    return Settling(search, lens).run();
+    return Rejection(search, lens).run();
 }
 
 } // namespace vision::toolkit

@@ -1,12 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "calibration/pair_fit.h"
 
-#include "calibration/observations.h"
-
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>
 
-#include <cmath>
 #include <limits>
 
 namespace vision::toolkit {
@@ -33,7 +30,7 @@ Observations collect(const std::vector<const BoardView*>& views, const Board& bo
 {
     Observations observations;
     for (const BoardView* view : views) {
-        observations.boards.push_back(makeBoardPoints(board, view->points));
+        observations.boards.push_back(makeBoardPoints(board, view->ids));
         observations.left.push_back(view->left);
         observations.right.push_back(view->right);
     }
@@ -85,47 +82,6 @@ CameraFit fitCamera(const std::vector<BoardPoints>& boards, const std::vector<Co
     return camera;
 }
 
-/// By what OpenCV's standard deviations must be multiplied, so that they take each point for one observation
-/// whatever the version.
-double findWidening(const std::vector<BoardPoints>& boards, const LensModel& lens)
-{
-    static const int perPoint = countObservationsPerPoint();
-    const int fixed = (lens.coefficients > 4 && lens.fixK3 ? 1 : 0) + (lens.fixTangential ? 2 : 0);
-    const double parameters = 4 + lens.coefficients - fixed + 6.0 * static_cast<double>(boards.size());
-    double points = 0;
-    for (const BoardPoints& board : boards) {
-        points += static_cast<double>(board.size());
-    }
-    return std::sqrt((perPoint * points - parameters) / (points - parameters));
-}
-
-CameraDeviation findDeviation(const std::vector<BoardPoints>& boards, const std::vector<Corners>& corners,
-                              const cv::Size& imageSize, const LensModel& lens, const CameraFit& start)
-{
-    cv::Mat matrix = start.matrix.clone();
-    cv::Mat distortion = start.distortion.clone();
-    cv::Mat rotations;
-    cv::Mat translations;
-    cv::Mat intrinsic;
-    cv::Mat extrinsic;
-    cv::Mat errors;
-    cv::calibrateCamera(boards,
-                        corners,
-                        imageSize,
-                        matrix,
-                        distortion,
-                        rotations,
-                        translations,
-                        intrinsic,
-                        extrinsic,
-                        errors,
-                        flagsOf(lens) | cv::CALIB_USE_INTRINSIC_GUESS,
-                        stopOf(&start));
-    intrinsic *= findWidening(boards, lens);
-    const auto* values = intrinsic.ptr<double>();
-    return {values[0], values[1], values[2], values[3]};
-}
-
 } // namespace
 
 PairFit fitPair(const std::vector<const BoardView*>& views, const cv::Size& imageSize, const Board& board,
@@ -157,14 +113,6 @@ PairFit fitPair(const std::vector<const BoardView*>& views, const cv::Size& imag
                                   fundamental,
                                   cv::CALIB_FIX_INTRINSIC | solver);
     return fit;
-}
-
-PairDeviation findDeviations(const std::vector<const BoardView*>& views, const cv::Size& imageSize,
-                             const Board& board, const LensModel& lens, const PairFit& start)
-{
-    const Observations seen = collect(views, board);
-    return {findDeviation(seen.boards, seen.left, imageSize, lens, start.left),
-            findDeviation(seen.boards, seen.right, imageSize, lens, start.right)};
 }
 
 } // namespace vision::toolkit

@@ -20,10 +20,6 @@ namespace vision::toolkit {
 PairFit fitPair(const std::vector<const BoardView*>& views, const cv::Size& imageSize, const Board& board,
                 const LensModel& lens, const PairFit* start = nullptr);
 
-/// The deviations that the residuals of a fit of these views give by the curvature of their sum of squares.
-PairDeviation findDeviations(const std::vector<const BoardView*>& views, const cv::Size& imageSize,
-                             const Board& board, const LensModel& lens, const PairFit& start);
-
 } // namespace vision::toolkit
 
 #endif

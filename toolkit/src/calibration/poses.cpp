@@ -14,11 +14,11 @@ double measureMotion(const BoardView& view, const BoardView& other)
 {
     double farthest = -1;
     std::size_t j = 0;
-    for (std::size_t i = 0; i < view.points.size(); ++i) {
-        while (j < other.points.size() && other.points[j] < view.points[i]) {
+    for (std::size_t i = 0; i < view.ids.size(); ++i) {
+        while (j < other.ids.size() && other.ids[j] < view.ids[i]) {
             ++j;
         }
-        if (j < other.points.size() && other.points[j] == view.points[i]) {
+        if (j < other.ids.size() && other.ids[j] == view.ids[i]) {
             farthest = std::max(
                 {farthest, cv::norm(view.left[i] - other.left[j]), cv::norm(view.right[i] - other.right[j])});
         }

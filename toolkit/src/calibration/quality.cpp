@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "calibration/quality.h"
 
+#include "base/statistics.h"
 #include "calibration/rectification.h"
 
 #include <opencv2/calib3d.hpp>
@@ -8,6 +9,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <utility>
 
 namespace vision::toolkit {
@@ -22,18 +24,6 @@ const Corners& seenIn(const FittedView& view, Side side)
 const Corners& expectedIn(const FittedView& view, Side side)
 {
     return side == Side::Left ? view.pose.left : view.pose.right;
-}
-
-double measureCoveredArea(const std::vector<const FittedView*>& used, const cv::Size& imageSize, Side side)
-{
-    cv::Mat covered = cv::Mat::zeros(imageSize, CV_8U);
-    for (const FittedView* view : used) {
-        Corners hull;
-        cv::convexHull(seenIn(*view, side), hull);
-        const std::vector<cv::Point> outline(hull.begin(), hull.end());
-        cv::fillConvexPoly(covered, outline, 255);
-    }
-    return static_cast<double>(cv::countNonZero(covered)) / static_cast<double>(covered.total());
 }
 
 cv::Point2d fromCentre(const cv::Point2f& corner, const cv::Size& imageSize)
@@ -107,7 +97,7 @@ void addSpacings(const FittedView& view, const std::vector<cv::Point3d>& points,
                  std::vector<double>& ratios)
 {
     const auto boardPoints = makeBoardPoints(board);
-    const auto& numbers = view.view.points;
+    const auto& numbers = view.view.ids;
     for (std::size_t i = 0; i < points.size(); ++i) {
         for (const int step : {1, board.size.width}) {
             const int other = numbers[i] + step;
@@ -126,10 +116,37 @@ void addSpacings(const FittedView& view, const std::vector<cv::Point3d>& points,
 
 } // namespace
 
+cv::Mat drawCovered(const std::vector<const FittedView*>& used, const cv::Size& imageSize, Side side)
+{
+    cv::Mat covered = cv::Mat::zeros(imageSize, CV_8U);
+    for (const FittedView* view : used) {
+        Corners hull;
+        cv::convexHull(seenIn(*view, side), hull);
+        const std::vector<cv::Point> outline(hull.begin(), hull.end());
+        cv::fillConvexPoly(covered, outline, 255);
+    }
+    return covered;
+}
+
+std::pair<double, double> findSeenDistances(const std::vector<const FittedView*>& used, const Board& board)
+{
+    double nearest = std::numeric_limits<double>::max();
+    double farthest = 0;
+    for (const FittedView* view : used) {
+        for (const cv::Point3f& point : makeBoardPoints(board, view->view.ids)) {
+            const double distance = view->pose.toCamera(cv::Vec3d(point.x, point.y, point.z))[2];
+            nearest = std::min(nearest, distance);
+            farthest = std::max(farthest, distance);
+        }
+    }
+    return {nearest, farthest};
+}
+
 CameraQuality measureCamera(const std::vector<const FittedView*>& used, const cv::Size& imageSize, Side side)
 {
     CameraQuality quality;
-    quality.coveredArea = measureCoveredArea(used, imageSize, side);
+    const cv::Mat covered = drawCovered(used, imageSize, side);
+    quality.coveredArea = static_cast<double>(cv::countNonZero(covered)) / static_cast<double>(covered.total());
     quality.reach = measureReach(used, imageSize, side);
     quality.residualGrowth = measureResidualGrowth(used, imageSize, side);
     return quality;
@@ -176,7 +193,7 @@ double findCommonTiltRange(const std::vector<const FittedView*>& used, const Boa
     for (const FittedView* view : used) {
         cv::Vec3d rotation;
         cv::Vec3d translation;
-        cv::solvePnP(makeBoardPoints(search.board, view->view.points),
+        cv::solvePnP(makeBoardPoints(search.board, view->view.ids),
                      view->view.left,
                      camera,
                      cv::noArray(),
@@ -190,19 +207,16 @@ double findCommonTiltRange(const std::vector<const FittedView*>& used, const Boa
 void measureRectified(const std::vector<const FittedView*>& used, const Board& board,
                       CalibrationResult& result)
 {
-    double squares = 0;
-    std::size_t count = 0;
+    std::vector<double> errors;
     std::vector<double> ratios;
     for (const FittedView* view : used) {
         const RectifiedView rectified = rectify(view->view, result.records);
-        for (const double error : findRowErrors(rectified)) {
-            squares += error * error;
-            result.worstRowError = std::max(result.worstRowError, error);
-            ++count;
-        }
+        const auto rows = findRowErrors(rectified);
+        errors.insert(errors.end(), rows.begin(), rows.end());
         addSpacings(*view, triangulate(rectified, result.records), board, ratios);
     }
-    result.rowError = std::sqrt(squares / static_cast<double>(count));
+    result.rowError = rms(errors);
+    result.worstRowError = *std::max_element(errors.begin(), errors.end());
     cv::Scalar mean;
     cv::Scalar deviation;
     cv::meanStdDev(ratios, mean, deviation);

@@ -8,6 +8,7 @@
 
 #include <vision/toolkit/calibration/calibration_report.h>
 
+#include <utility>
 #include <vector>
 
 namespace vision::toolkit {
@@ -17,6 +18,12 @@ enum class Side
     Left,
     Right,
 };
+
+/// Where in the images of one camera the board was seen: `CV_8U`, 255 there and 0 elsewhere.
+cv::Mat drawCovered(const std::vector<const FittedView*>& used, const cv::Size& imageSize, Side side);
+
+/// The distances along the axis of the left camera at which the board was seen, m.
+std::pair<double, double> findSeenDistances(const std::vector<const FittedView*>& used, const Board& board);
 
 /// Coverage and residuals in the images of one camera; the valid area is left at 0.
 CameraQuality measureCamera(const std::vector<const FittedView*>& used, const cv::Size& imageSize, Side side);

@@ -12,6 +12,9 @@ namespace vision::toolkit {
 
 namespace {
 
+/// OpenCV's default, five iterations, is off by pixels at the borders of wide lenses.
+const cv::TermCriteria untilStill(cv::TermCriteria::COUNT + cv::TermCriteria::EPS, 100, 1e-6);
+
 Corners rectify(const Corners& corners, const Calibration& record)
 {
     Corners rectified;
@@ -20,7 +23,8 @@ Corners rectify(const Corners& corners, const Calibration& record)
                         record.cameraMatrix,
                         record.distortion,
                         record.rectificationMatrix,
-                        record.projectionMatrix);
+                        record.projectionMatrix,
+                        untilStill);
     return rectified;
 }
 
@@ -36,6 +40,14 @@ CalibrationPair makeRecords(const PairFit& fit, const cv::Size& imageSize, doubl
                                  fit.rotation,
                                  fit.translation},
                                 alpha);
+}
+
+std::vector<cv::Point2d> toRays(const std::vector<cv::Point2d>& pixels, const CameraFit& camera)
+{
+    std::vector<cv::Point2d> rays;
+    cv::undistortPoints(
+        pixels, rays, camera.matrix, camera.distortion, cv::noArray(), cv::noArray(), untilStill);
+    return rays;
 }
 
 RectifiedView rectify(const BoardView& view, const CalibrationPair& records)

@@ -10,6 +10,9 @@
 
 namespace vision::toolkit {
 
+/// The directions (x and y at z = 1) in which a camera sees pixels.
+std::vector<cv::Point2d> toRays(const std::vector<cv::Point2d>& pixels, const CameraFit& camera);
+
 /// A view after rectification.
 struct RectifiedView
 {

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <vision/toolkit/calibration/calibration_report.h>
 
-#include <nlohmann/json.hpp>
+#include "base/json.h"
+
 #include <opencv2/calib3d.hpp>
 
 namespace vision::toolkit {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 const char* nameOfPattern(Pattern pattern)
 {
@@ -63,8 +62,13 @@ void addResult(const CalibrationResult& result, Json& json)
     for (const DepthError& error : uncertainty.depths) {
         json["depthErrors"].push_back({{"depthMetres", error.depth},
                                        {"calibrationMetres", error.fromCalibration},
-                                       {"matchingMetres", error.fromMatching}});
+                                       {"calibration95Metres", error.worstFromCalibration},
+                                       {"matchingMetres", error.fromMatching},
+                                       {"extrapolated", error.isExtrapolated}});
     }
+    json["seenDistancesMetres"] = {uncertainty.nearest, uncertainty.farthest};
+    json["relativeDepthError"] = uncertainty.relativeDepthError;
+    json["bendUncertaintyMetres"] = toJson(result.bendDeviation);
 }
 
 Json toJson(const CalibratedPair& pair)
@@ -73,8 +77,9 @@ Json toJson(const CalibratedPair& pair)
               {"right", pair.images.right},
               {"name", pair.name},
               {"used", pair.isUsed},
-              {"reason", pair.reason},
-              {"repair", pair.repair}};
+              {"reason", pair.reason ? toText(*pair.reason) : ""},
+              {"reasonCode", pair.reason ? Json(pair.reason->code) : Json(nullptr)},
+              {"repair", pair.repair ? toText(*pair.repair) : ""}};
     if (!pair.expectedLeft.empty()) {
         json["picture"] = pair.picture;
         json["rmsLeft"] = pair.rmsLeft;
@@ -103,17 +108,17 @@ std::string formatReportJson(const CalibrationReport& report)
     json["board"] = {{"pattern", nameOfPattern(report.board.pattern)},
                      {"columns", report.board.size.width},
                      {"rows", report.board.size.height},
-                     {"spacingMetres", report.board.spacing}};
+                     {"spacingMetres", report.board.spacing},
+                     {"bendMetres", toJson(report.board.bend)}};
     json["width"] = report.imageSize.width;
     json["height"] = report.imageSize.height;
+    json["rotateLeftDegrees"] = report.rotateLeft;
+    json["rotateRightDegrees"] = report.rotateRight;
     json["pairs"] = Json::array();
     for (const CalibratedPair& pair : report.pairs) {
         json["pairs"].push_back(toJson(pair));
     }
-    json["notes"] = Json::array();
-    for (const Note& note : report.notes) {
-        json["notes"].push_back({{"code", note.code}, {"text", note.text}});
-    }
+    json["notes"] = listNotes(report.notes);
     return json.dump(2, ' ', false, Json::error_handler_t::replace) +
            "\n"; // names of files may hold any bytes
 }

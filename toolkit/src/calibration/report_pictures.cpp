@@ -3,6 +3,7 @@
 
 #include "board/point_order.h"
 #include "output/image_bytes.h"
+#include "parallel/run.h"
 
 #include <vision/stereo.h>
 #include <vision/toolkit/output/pictures.h>
@@ -14,6 +15,7 @@
 #include <algorithm>
 #include <cmath>
 #include <stdexcept>
+#include <thread>
 
 namespace vision::toolkit {
 
@@ -24,9 +26,15 @@ const cv::Scalar green(0, 200, 0);
 const cv::Scalar red(0, 0, 255);
 const cv::Scalar orange(0, 165, 255);
 constexpr float veryFar = 1e6F; // m; rectification does not depend on it
+constexpr double largestSide = 640; // px, of one image at most
 constexpr int captionHeight = 24;
 constexpr int gap = 8;
 constexpr int shift = 4; // bits of a pixel's fraction in drawing
+
+unsigned countCores()
+{
+    return std::max(1U, std::thread::hardware_concurrency());
+}
 
 cv::Point toFixed(const cv::Point2d& point)
 {
@@ -84,6 +92,13 @@ cv::Mat drawPoints(const cv::Mat& preview, const Corners& seen, const Corners& e
     return picture;
 }
 
+cv::Mat shrink(const cv::Mat& image, double factor)
+{
+    cv::Mat shrunk;
+    cv::resize(image, shrunk, {}, factor, factor, cv::INTER_AREA);
+    return shrunk;
+}
+
 cv::Mat turn(const cv::Mat& preview, bool isTurned)
 {
     cv::Mat turned = preview;
@@ -134,46 +149,58 @@ cv::Mat drawCoverage(const CalibrationReport& report, const CameraImage& camera,
     return picture;
 }
 
-/// Draws the first pair that was used as it is. Cameras that cannot be rectified give no picture.
-void addRectified(const CalibrationReport& report, PairSequence& pairs, std::vector<ReportFile>& files)
+cv::Mat rectifyRows(const ImagePair& images, const CalibrationPair& records)
 {
-    const auto first = std::find_if(report.pairs.begin(), report.pairs.end(), [](const CalibratedPair& pair) {
-        return pair.isUsed && pair.repair.empty();
-    });
-    if (first == report.pairs.end()) {
-        return;
-    }
-    const auto place = static_cast<std::size_t>(first - report.pairs.begin());
-    const auto& [left, right] = report.result->records;
+    vision::Stereo stereo;
+    stereo.setMaxDepth(veryFar);
+    stereo.setCalibrations(records.left, records.right);
+    const auto [left, right] = stereo.rectifyImages(images.left.grey, images.right.grey);
+    return drawRectifiedRows(left, right);
+}
+
+struct Picture
+{
+    std::string name;
+    std::string bytes;
+};
+
+/// All pictures of one pair. Cameras that cannot be rectified give no rectified one, and images that can no
+/// longer be read give none: the report says what is wrong.
+std::vector<Picture> drawPair(const CalibrationReport& report, const CalibratedPair& pair,
+                              const PairSequence::Read& read, bool isRectified)
+{
+    std::vector<Picture> pictures;
     try {
-        vision::Stereo stereo;
-        stereo.setMaxDepth(veryFar);
-        stereo.setCalibrations(left, right);
-        const ImagePair images = toEightBits(pairs.take(place)());
-        const auto [rectifiedLeft, rectifiedRight] =
-            stereo.rectifyImages(images.left.grey, images.right.grey);
-        files.push_back({"rectified.png", encodePng(drawRectifiedRows(rectifiedLeft, rectifiedRight))});
+        const ImagePair images = toEightBits(read());
+        pictures.push_back({pair.picture, encodeImage(".jpg", drawView(pair, images))}); // photographs
+        if (isRectified) {
+            pictures.insert(
+                pictures.begin(),
+                {"rectified.png", encodePng(rectifyRows(images, report.result->records))});
+        }
     } catch (const std::runtime_error&) {
-        return; // the reasons of the report name what is wrong
+        return pictures;
     }
+    return pictures;
 }
 
 } // namespace
 
-cv::Mat drawView(const CalibratedPair& pair, const PairDetection& sighting)
+cv::Mat drawView(const CalibratedPair& pair, const ImagePair& images)
 {
-    const double size = static_cast<double>(sighting.leftPreview.cols) / sighting.size.width;
+    const cv::Mat& full = images.left.grey;
+    const double size = std::min(1.0, largestSide / std::max(full.cols, full.rows));
     const double largest = std::max(findLargestResidual(pair.view.left, pair.expectedLeft),
                                     findLargestResidual(pair.view.right, pair.expectedRight));
     const int arrows = chooseArrowFactor(largest * size);
     const cv::Scalar colour = pair.isUsed ? green : red;
-    const cv::Mat left = drawPoints(turn(sighting.leftPreview, pair.isLeftTurned),
+    const cv::Mat left = drawPoints(turn(shrink(images.left.grey, size), pair.isLeftTurned),
                                     pair.view.left,
                                     pair.expectedLeft,
                                     size,
                                     arrows,
                                     colour);
-    const cv::Mat right = drawPoints(turn(sighting.rightPreview, pair.isRightTurned),
+    const cv::Mat right = drawPoints(turn(shrink(images.right.grey, size), pair.isRightTurned),
                                      pair.view.right,
                                      pair.expectedRight,
                                      size,
@@ -188,9 +215,8 @@ cv::Mat drawView(const CalibratedPair& pair, const PairDetection& sighting)
 
 cv::Mat drawCoverage(const CalibrationReport& report)
 {
-    constexpr double width = 640; // px
     const CalibrationResult& result = *report.result;
-    const double size = std::min(1.0, width / std::max(report.imageSize.width, report.imageSize.height));
+    const double size = std::min(1.0, largestSide / std::max(report.imageSize.width, report.imageSize.height));
     const double largest = 3 * result.fit.rms;
     const CameraImage left{"left", result.left, &CalibratedPair::expectedLeft, &BoardView::left};
     const CameraImage right{"right", result.right, &CalibratedPair::expectedRight, &BoardView::right};
@@ -201,32 +227,33 @@ cv::Mat drawCoverage(const CalibrationReport& report)
                       " px); in the corners: how far the points reach there");
 }
 
-std::vector<ReportFile> drawReport(const CalibrationReport& report, const BoardSearch& search,
-                                   PairSequence& pairs)
+void drawReport(const CalibrationReport& report, PairSequence& pairs, const WritePicture& write,
+                unsigned workers)
 {
-    std::vector<ReportFile> files;
     if (!report.result) {
-        return files;
+        return;
     }
-    files.push_back({"coverage.png", encodePng(drawCoverage(report))});
-    addRectified(report, pairs, files);
+    write("coverage.png", encodePng(drawCoverage(report)));
     std::vector<std::size_t> views;
     for (std::size_t pair = 0; pair < report.pairs.size(); ++pair) {
         if (!report.pairs[pair].picture.empty()) {
             views.push_back(pair);
         }
     }
-    const std::size_t before = files.size();
-    files.resize(before + views.size());
-    cv::parallel_for_({0, static_cast<int>(views.size())}, [&](const cv::Range& range) {
-        for (int i = range.start; i < range.end; ++i) {
-            const auto place = static_cast<std::size_t>(i);
-            const CalibratedPair& pair = report.pairs[views[place]];
-            const cv::Mat picture = drawView(pair, search.pairs[views[place]]);
-            files[before + place] = {pair.picture, encodeImage(".jpg", picture)}; // photographs
-        }
+    const auto first = std::find_if(views.begin(), views.end(), [&report](std::size_t pair) {
+        return report.pairs[pair].isUsed && !report.pairs[pair].repair;
     });
-    return files;
+    const std::size_t shown = first == views.end() ? report.pairs.size() : *first;
+    runInOrder(views, workers > 0 ? workers : countCores(), [&](std::size_t view) -> Work {
+        return [&, view, read = pairs.take(view)]() -> Deliver {
+            const auto drawn = drawPair(report, report.pairs[view], read, view == shown);
+            return [&write, drawn] {
+                for (const Picture& picture : drawn) {
+                    write(picture.name, picture.bytes);
+                }
+            };
+        };
+    });
 }
 
 } // namespace vision::toolkit

@@ -30,11 +30,12 @@ std::string millimetres(double metres)
 
 void addPair(const CalibratedPair& pair, Lines& lines)
 {
-    if (!pair.repair.empty()) {
-        lines.push_back("repaired: " + pair.repair);
+    if (pair.repair) {
+        lines.push_back("repaired: " + toText(*pair.repair));
     }
-    if (!pair.reason.empty() && !pair.isFailed) {
-        lines.push_back("skipped: " + pair.images.left + " and " + pair.images.right + ": " + pair.reason);
+    if (pair.reason && !pair.isFailed) {
+        lines.push_back("skipped: " + pair.images.left + " and " + pair.images.right + ": " +
+                        pair.reason->text);
     }
     if (pair.isUsed) {
         lines.push_back(pair.name + ": rms " + fmt::format("{:.3f}", pair.rmsLeft) + " px left, " +
@@ -50,7 +51,9 @@ void addCamera(const char* side, const CameraFit& camera, const CameraDeviation&
     const cv::Mat_<double> matrix = camera.matrix;
     lines.push_back(std::string("focal length ") + side + ": " +
                     plusMinus(matrix(0, 0), deviation.focalLengthX, 2) + " px (" +
-                    percent(deviation.focalLengthX / matrix(0, 0), 2) + ")");
+                    (std::isnan(deviation.focalLengthX) ? std::string("not determined")
+                                                        : percent(deviation.focalLengthX / matrix(0, 0), 2)) +
+                    ")");
     lines.push_back(std::string("principal point ") + side + ": " +
                     plusMinus(matrix(0, 2), deviation.principalPointX, 1) + " px, " +
                     plusMinus(matrix(1, 2), deviation.principalPointY, 1) + " px");
@@ -74,12 +77,22 @@ void addErrors(const CalibrationResult& result, Lines& lines)
                     " of the given one, triangulated");
 }
 
-void addDepths(const PairUncertainty& uncertainty, Lines& lines)
+void addDepths(const CalibrationResult& result, Lines& lines)
 {
+    const PairUncertainty& uncertainty = result.uncertainty;
+    lines.push_back(fmt::format("the board was seen {:.2f} to {:.2f} m away in {} of the left image; beyond, the "
+                                "calibration is extrapolated",
+                                uncertainty.nearest,
+                                uncertainty.farthest,
+                                percent(result.left.coveredArea, 0)));
     for (const DepthError& error : uncertainty.depths) {
-        lines.push_back("depth error at " + fmt::format("{:.1f}", error.depth) +
-                        " m: " + millimetres(error.fromCalibration) + " from calibration, " +
-                        millimetres(error.fromMatching) + " from a quarter pixel of matching");
+        lines.push_back(fmt::format("depth error at {:.1f} m{}: {} from calibration (95th percentile {}), {} from a "
+                                    "quarter pixel of matching",
+                                    error.depth,
+                                    error.isExtrapolated ? " (extrapolated)" : "",
+                                    millimetres(error.fromCalibration),
+                                    millimetres(error.worstFromCalibration),
+                                    millimetres(error.fromMatching)));
     }
 }
 
@@ -100,7 +113,7 @@ void addResult(const CalibrationResult& result, Lines& lines)
                     percent(result.right.coveredArea, 0) + " right");
     lines.push_back("valid area: " + percent(result.left.validArea, 0) + " left, " +
                     percent(result.right.validArea, 0) + " right");
-    addDepths(uncertainty, lines);
+    addDepths(result, lines);
 }
 
 } // namespace

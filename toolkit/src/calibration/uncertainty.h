@@ -4,7 +4,7 @@
 #ifndef VISION_TOOLKIT_SRC_CALIBRATION_UNCERTAINTY_H
 #define VISION_TOOLKIT_SRC_CALIBRATION_UNCERTAINTY_H
 
-#include "calibration/pair_fit.h"
+#include "calibration/depth_error.h"
 
 #include <opencv2/core/matx.hpp>
 
@@ -12,15 +12,13 @@
 
 namespace vision::toolkit {
 
-/// Tells how well a fit is determined.
-///
-/// The parameters of each camera by the curvature of the sum of its squared residuals, what both have in
-/// common by the jackknife: everything is fitted anew without one pose after the other, and the spread of
-/// those fits tells the uncertainty. With many poses, 24 that are spread evenly stand for all; what they give
-/// shrinks with the root of the number of all. Views of the same pose count once.
+/// Tells how well a fit is determined: the residuals give the scatter of the corners, and least squares how
+/// that carries over to all that is estimated and to depths. Views of the same pose count once.
 /// @param views those that the fit rests on
+/// @param board with the bend that the fit rests on
 PairUncertainty findUncertainty(const std::vector<const BoardView*>& views, const cv::Size& imageSize,
-                                const Board& board, const LensModel& lens, const PairFit& fit);
+                                const Board& board, const LensModel& lens, const PairFit& fit,
+                                const SeenSpace& seen);
 
 } // namespace vision::toolkit
 

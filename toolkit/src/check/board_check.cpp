@@ -30,7 +30,7 @@ std::map<int, cv::Point2d> rectify(const BoardDetection& detection, const Calibr
                         camera.projectionMatrix);
     std::map<int, cv::Point2d> byNumber;
     for (std::size_t i = 0; i < corners.size(); ++i) {
-        byNumber[detection.points[i]] = corners[i];
+        byNumber[detection.ids[i]] = corners[i];
     }
     return byNumber;
 }

@@ -4,6 +4,7 @@
 #include "input/bit_depth.h"
 #include "input/file_names.h"
 #include "input/number_mismatch.h"
+#include "input/turned_pairs.h"
 #include "input/video.h"
 
 #include <vision/toolkit/failure.h>
@@ -198,6 +199,11 @@ std::unique_ptr<PairSequence> openVideos(const std::vector<std::string>& left,
 
 std::unique_ptr<PairSequence> openPairs(const PairInput& input)
 {
+    if (input.rotateLeft != 0 || input.rotateRight != 0) {
+        PairInput stored = input;
+        stored.rotateLeft = stored.rotateRight = 0;
+        return turn(openPairs(stored), input.rotateLeft, input.rotateRight);
+    }
     const auto left = expandNames(input.left);
     const auto right = expandNames(input.right);
     if (left.empty()) {

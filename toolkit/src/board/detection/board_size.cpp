@@ -56,14 +56,20 @@ std::vector<cv::Size> listConfusions(const cv::Size& given)
             {width + 1, height + 1}};
 }
 
-} // namespace
-
-cv::Size findBoardSize(const Images& images, const Board& board)
+Images reduce(const Images& images)
 {
     Images reduced;
     for (const cv::Mat& image : images) {
         reduced.push_back(makeSearchLevels(image).front().grey);
     }
+    return reduced;
+}
+
+} // namespace
+
+std::optional<cv::Size> findBoardSize(const Images& images, const Board& board)
+{
+    const Images reduced = reduce(images);
     cv::Size best = board.size;
     std::size_t most = select(reduced, board, board.size).size();
     if (most == 0) {
@@ -78,7 +84,22 @@ cv::Size findBoardSize(const Images& images, const Board& board)
             }
         }
     }
-    return most == 0 ? best : grow(reduced, board, best);
+    return most == 0 ? std::nullopt : std::optional(grow(reduced, board, best));
+}
+
+std::optional<Pattern> findPattern(const Images& images, const Board& board)
+{
+    constexpr std::size_t enough = 4;
+    const Images reduced = reduce({images.begin(), images.begin() + static_cast<std::ptrdiff_t>(
+                                                                        std::min(enough, images.size()))});
+    for (const Pattern pattern : {Pattern::Chessboard, Pattern::Circles, Pattern::AsymmetricCircles}) {
+        Board other = board;
+        other.pattern = pattern;
+        if (pattern != board.pattern && 2 * select(reduced, other, board.size).size() > reduced.size()) {
+            return pattern;
+        }
+    }
+    return std::nullopt;
 }
 
 } // namespace vision::toolkit

@@ -40,8 +40,10 @@ cv::Ptr<cv::aruco::CharucoBoard> makeBoard(const Board& board)
         return board.dictionary == entry.first;
     });
     if (known == dictionaries.end()) {
-        throw Failure("no dictionary of markers is called \"" + board.dictionary +
-                      "\": name the one that the board was made with, such as DICT_4X4_50");
+        throw Failure("unknown-dictionary",
+                      "dictionary",
+                      "no markers are called \"" + board.dictionary +
+                          "\": name those that the board was made with, such as DICT_4X4_50");
     }
     return cv::aruco::CharucoBoard::create(board.size.width + 1,
                                            board.size.height + 1,
@@ -76,11 +78,11 @@ BoardDetection findCharuco(const cv::Mat& grey, const Board& board)
     std::vector<Corners> markers;
     std::vector<int> numbers;
     cv::aruco::detectMarkers(grey, made->dictionary, markers, numbers);
-    BoardDetection sighting;
+    BoardDetection detection;
     if (!numbers.empty()) {
-        cv::aruco::interpolateCornersCharuco(markers, numbers, grey, made, sighting.corners, sighting.points);
+        cv::aruco::interpolateCornersCharuco(markers, numbers, grey, made, detection.corners, detection.ids);
     }
-    return tellPose(sighting.points, board.size.width) ? sighting : BoardDetection();
+    return tellPose(detection.ids, board.size.width) ? detection : BoardDetection();
 }
 
 } // namespace vision::toolkit

@@ -8,6 +8,8 @@ namespace vision::toolkit {
 void requireCharuco(const Board& /*board*/)
 {
     throw Failure(
+        "no-marker-detector",
+        "pattern",
         "this build cannot find markers: its OpenCV lacks the module aruco, or has it in a form that is "
         "not known; use a chessboard or a grid of circles");
 }

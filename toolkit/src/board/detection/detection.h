@@ -21,6 +21,9 @@ struct SearchLevel
 /// @return the smallest first, the full image last
 std::vector<SearchLevel> makeSearchLevels(const cv::Mat& grey);
 
+/// The next smaller level.
+SearchLevel halve(const SearchLevel& level, const cv::Mat& full);
+
 /// Moves points of a level to where they are in the full image.
 Corners scaleToFull(Corners corners, const SearchLevel& level);
 

@@ -7,14 +7,19 @@
 
 namespace vision::toolkit {
 
+SearchLevel halve(const SearchLevel& level, const cv::Mat& full)
+{
+    SearchLevel half{{}, level.factor / 2};
+    cv::resize(full, half.grey, {}, half.factor, half.factor, cv::INTER_AREA);
+    return half;
+}
+
 std::vector<SearchLevel> makeSearchLevels(const cv::Mat& grey)
 {
     constexpr int moderate = 960; // px: OpenCV's detectors are made for images of about this size
     std::vector<SearchLevel> levels{{grey, 1}};
     while (std::max(levels.front().grey.cols, levels.front().grey.rows) > moderate) {
-        SearchLevel half{{}, levels.front().factor / 2};
-        cv::resize(grey, half.grey, {}, half.factor, half.factor, cv::INTER_AREA);
-        levels.insert(levels.begin(), half);
+        levels.insert(levels.begin(), halve(levels.front(), grey));
     }
     return levels;
 }

@@ -32,6 +32,9 @@ struct Board
         0; ///< m; edge of a square, distance of two circles, asymmetric: half of that along a row
     double markerSize = 0;  ///< m; edge of a marker, Charuco only
     std::string dictionary; ///< of the markers, as OpenCV calls it, such as "DICT_4X4_50"; Charuco only
+    /// How far the middle lies behind the ends of a row, behind those of a column, and by how much two opposite
+    /// corners lie behind the other two (a quarter of it); m. Zero for a flat board.
+    cv::Vec3d bend;
 };
 
 using Corners = std::vector<cv::Point2f>;
@@ -39,10 +42,10 @@ using Corners = std::vector<cv::Point2f>;
 /// The points of a board that are seen in one image, in the order of their numbers.
 struct BoardDetection
 {
-    std::vector<int> points; ///< their numbers
+    std::vector<int> ids; ///< their numbers
     Corners corners;         ///< where they are, px; whole numbers are the centres of pixels
 
-    [[nodiscard]] bool empty() const { return points.empty(); }
+    [[nodiscard]] bool empty() const { return ids.empty(); }
 };
 
 /// How hard a chessboard is looked for. The search for one that is not there takes the longest.
@@ -50,7 +53,7 @@ enum class Effort
 {
     Quick,    ///< for even light: one threshold for the whole image
     Usual,    ///< the same, then thresholds that follow the light, at reduced size
-    Thorough, ///< the same at all sizes; some seconds for 5 megapixels without a board
+    Thorough, ///< the same at twice that size, too
 };
 
 /// Finds the points of a board with sub-pixel accuracy.
@@ -62,7 +65,11 @@ enum class Effort
 /// @throws Failure for Charuco, when OpenCV was built without markers or the dictionary is unknown
 VISION_TOOLKIT_EXPORT BoardDetection findBoard(const cv::Mat& grey, const Board& board, Effort effort);
 
-/// The points on the board itself, by number, in the plane z = 0; in m.
+/// The same board, flat.
+VISION_TOOLKIT_EXPORT Board flatten(Board board);
+
+/// The points on the board itself, by number, in m: in the plane z = 0 when it is flat; a bent one keeps the
+/// distances along its surface.
 VISION_TOOLKIT_EXPORT std::vector<cv::Point3f> makeBoardPoints(const Board& board);
 
 /// Those of them with these numbers.

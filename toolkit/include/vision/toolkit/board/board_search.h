@@ -8,9 +8,9 @@
 #include <vision/toolkit/export.h>
 #include <vision/toolkit/input/pair_sequence.h>
 #include <vision/toolkit/note.h>
+#include <vision/toolkit/progress.h>
 
-#include <cstddef>
-#include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,11 +19,11 @@ namespace vision::toolkit {
 /// The points of the board that both cameras see at the same moment, in the order of their numbers.
 struct BoardView
 {
-    std::vector<int> points; ///< their numbers
+    std::vector<int> ids; ///< their numbers
     Corners left;            ///< px
     Corners right;
 
-    [[nodiscard]] bool empty() const { return points.empty(); }
+    [[nodiscard]] bool empty() const { return ids.empty(); }
 };
 
 /// What was found in a pair of images.
@@ -31,12 +31,10 @@ struct PairDetection
 {
     PairNames images;
     std::string name;      ///< what results of the pair are called after
-    cv::Size size;         ///< of each image, px; empty for images that cannot be used
-    BoardView view;        ///< empty when the board is not seen in both
-    std::string reason;    ///< why there is no view, otherwise empty
-    bool isFailed = false; ///< the images could not be used, so the reason is an error
-    cv::Mat leftPreview;   ///< `CV_8UC1`, for pictures: at most 640 px wide and high; with a view only
-    cv::Mat rightPreview;
+    cv::Size size;              ///< of each image, px; empty for images that cannot be used
+    BoardView view;             ///< empty when the board is not seen in both
+    std::optional<Note> reason; ///< why there is no view
+    bool isFailed = false;      ///< the images could not be used, so the reason is an error
 };
 
 struct BoardSearch
@@ -46,9 +44,6 @@ struct BoardSearch
     std::vector<PairDetection> pairs;
     Notes notes; ///< each once
 };
-
-/// Is told how many of all pairs are done; calls come one at a time.
-using Progress = std::function<void(std::size_t done, std::size_t total)>;
 
 /// Finds the board in all pairs.
 ///
@@ -61,10 +56,10 @@ using Progress = std::function<void(std::size_t done, std::size_t total)>;
 ///   one.
 /// - Only images of one size can be calibrated together: that of most views. The views of other sizes are
 ///   dropped.
-/// @param workers how many pairs are searched at the same time
-/// @throws Failure as findBoard()
-VISION_TOOLKIT_EXPORT BoardSearch findBoards(PairSequence& pairs, const Board& board, unsigned workers,
-                                             const Progress& progress);
+/// @param workers how many pairs are searched at the same time; 0: as many as there are cores
+/// @throws Failure as findBoard(), and "cancelled"
+VISION_TOOLKIT_EXPORT BoardSearch findBoards(PairSequence& pairs, const Board& board, unsigned workers = 0,
+                                             const Progress& progress = {});
 
 } // namespace vision::toolkit
 

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// A calibration with all that tells whether it can be trusted.
-/// A report for people and for programs.
+/// Calibrating a camera pair, and all that tells whether the calibration can be trusted.
 #ifndef VISION_TOOLKIT_CALIBRATION_CALIBRATION_REPORT_H
 #define VISION_TOOLKIT_CALIBRATION_CALIBRATION_REPORT_H
 
 #include <vision/toolkit/board/board_search.h>
 #include <vision/toolkit/export.h>
+#include <vision/toolkit/input/images.h>
 #include <vision/toolkit/note.h>
+#include <vision/toolkit/progress.h>
 #include <vision/toolkit/records/calibration_pair.h>
 
 #include <array>
@@ -48,10 +49,10 @@ struct PairFit
 /// independent, those of one point in x and y for one observation.
 struct CameraDeviation
 {
-    double focalLengthX;
-    double focalLengthY;
-    double principalPointX;
-    double principalPointY;
+    double focalLengthX = 0;
+    double focalLengthY = 0;
+    double principalPointX = 0;
+    double principalPointY = 0;
 };
 
 struct PairDeviation
@@ -60,23 +61,29 @@ struct PairDeviation
     CameraDeviation right;
 };
 
-/// The expected error of a depth, one standard deviation each.
+/// The expected error of a depth, one standard deviation each; NaN with too few poses to tell, and where a
+/// camera sees nothing at this depth.
 struct DepthError
 {
-    double depth; ///< m, from the left camera
-    /// m, rms over the image; NaN with too few poses to tell, and where a camera sees nothing at this depth
-    double fromCalibration;
-    double fromMatching; ///< m, of a disparity that is off by a quarter of a pixel
+    double depth = 0;                ///< m, from the left camera
+    double fromCalibration = 0;      ///< m, median over the part of the image that the board covered
+    double worstFromCalibration = 0; ///< m, 95th percentile over the same part
+    double fromMatching = 0;         ///< m, of a disparity that is off by a quarter of a pixel
+    bool isExtrapolated = false;     ///< the board was never seen that near or that far
 };
 
 /// Standard deviations of what was estimated; NaN where there are too few poses to tell.
 struct PairUncertainty
 {
     PairDeviation cameras{};
-    double baseline = 0; ///< m
-    cv::Vec3d rotation;  ///< of the right camera against the left one, about its x, y and z axis; degrees
+    double baseline = 0;            ///< m
+    cv::Vec3d rotation;             ///< of the right camera against the left one, about its x, y and z axis; degrees
     double unseenRowError = 0;      ///< px rms, of views against fits that did not see them
     std::vector<DepthError> depths; ///< at 0.5, 1, 2 and 5 m
+    double nearest = 0;             ///< m, the nearest and the farthest point of the board in any view
+    double farthest = 0;
+    /// The 95th percentile of the error of a depth over that depth, at the worst distance between these two.
+    double relativeDepthError = 0;
 };
 
 /// From best to worst.
@@ -116,10 +123,10 @@ struct CalibratedPair
 {
     PairNames images;
     std::string name;
-    bool isFailed = false;     ///< an image could not be used at all
-    bool isUsed = false;       ///< the calibration rests on it
-    std::string reason;        ///< why it is not used, otherwise empty
-    std::string repair;        ///< what was repaired, otherwise empty
+    bool isFailed = false;      ///< an image could not be used at all
+    bool isUsed = false;        ///< the calibration rests on it
+    std::optional<Note> reason; ///< why it is not used
+    std::optional<Note> repair; ///< what was repaired
     bool isLeftTurned = false; ///< the image was taken as if turned by 180 degrees
     bool isRightTurned = false;
 
@@ -149,14 +156,17 @@ struct CalibrationResult
     double worstRowError = 0;   ///< px
     double squareMean = 0;      ///< triangulated distance of neighbouring points over the given one
     double squareDeviation = 0; ///< its standard deviation
+    cv::Vec3d bendDeviation;    ///< m, standard deviations of the board's bend; zero when it is taken for flat
 };
 
 struct CalibrationReport
 {
     Verdict verdict = Verdict::Refused;
     std::vector<Reason> reasons; ///< the worst first; empty for a good calibration
-    Board board;
+    Board board; ///< as it was found, with its bend when that was taken into account
     cv::Size imageSize;
+    int rotateLeft = 0; ///< degrees by which the images were turned, as others of these cameras must be
+    int rotateRight = 0;
     std::vector<CalibratedPair> pairs;
     std::optional<CalibrationResult> result; ///< none when nothing could be fitted
     Notes notes;
@@ -168,7 +178,10 @@ struct CalibrationReport
 struct CalibrationOptions
 {
     LensModel lens;
-    double alpha = 0; ///< 0: rectified images show only valid pixels, 1: all pixels
+    double alpha = 0;     ///< 0: rectified images show only valid pixels, 1: all pixels
+    int rotateLeft = 0;   ///< what PairInput says of these pairs, for the report
+    int rotateRight = 0;
+    unsigned workers = 0; ///< pairs that are searched at the same time; 0: as many as there are cores
 };
 
 /// What the picture of a pair is called: `view-`, the number of the pair from 1, its name.
@@ -177,7 +190,19 @@ VISION_TOOLKIT_EXPORT std::string namePicture(std::size_t pair, std::size_t pair
 /// Calibrates from the views of a search, repairs what can be repaired, drops what does not fit, and judges
 /// the outcome. Nothing is thrown for views that give no calibration: the verdict is then Refused.
 VISION_TOOLKIT_EXPORT CalibrationReport calibrate(const BoardSearch& search,
-                                                  const CalibrationOptions& options);
+                                                  const CalibrationOptions& options = {});
+
+/// Finds the board in all pairs, then the same.
+/// @param progress of the search, which takes the longest
+/// @throws Failure as findBoards()
+VISION_TOOLKIT_EXPORT CalibrationReport calibrate(PairSequence& pairs, const Board& board,
+                                                  const CalibrationOptions& options = {},
+                                                  const Progress& progress = {});
+
+/// The same with images in memory; 8 or 16 bits per channel, grey or colour (BGR).
+VISION_TOOLKIT_EXPORT CalibrationReport calibrate(const std::vector<RawPair>& pairs, const Board& board,
+                                                  const CalibrationOptions& options = {},
+                                                  const Progress& progress = {});
 
 /// The report in lines: the pairs, the figures, the verdict. Reasons and failed images are left to the
 /// caller.

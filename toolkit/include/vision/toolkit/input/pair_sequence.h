@@ -23,6 +23,8 @@ struct PairInput
     bool isSideBySide = false;      ///< the left half of each image is the left camera's
     ImageLimits limits = {};
     int bits = 0; ///< that the cameras used of 16, 9 to 16; 0 to find it from nine pairs, for all the same
+    int rotateLeft = 0; ///< degrees clockwise by which all left images are turned: 0, 90, 180 or 270
+    int rotateRight = 0;
 };
 
 /// Pairs that are read one by one.
@@ -62,6 +64,9 @@ public:
 /// @throws Failure when a name gives no image, a video cannot be opened or lacks frames, or left and right differ
 /// in number
 VISION_TOOLKIT_EXPORT std::unique_ptr<PairSequence> openPairs(const PairInput& input);
+
+/// Makes a sequence of images that are in memory; they are called after their numbers, from 0.
+VISION_TOOLKIT_EXPORT std::unique_ptr<PairSequence> makePairs(std::vector<RawPair> images);
 
 } // namespace vision::toolkit
 
