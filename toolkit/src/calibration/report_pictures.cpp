@@ -161,7 +161,7 @@ cv::Mat rectifyRows(const ImagePair& images, const CalibrationPair& records)
 struct Picture
 {
     std::string name;
-    std::string bytes;
+    Bytes bytes;
 };
 
 /// All pictures of one pair. Cameras that cannot be rectified give no rectified one, and images that can no

@@ -5,6 +5,7 @@
 
 #include <opencv2/core.hpp>
 
+#include <algorithm>
 #include <utility>
 
 namespace vision::toolkit {
@@ -35,6 +36,12 @@ public:
     std::size_t size() const override { return _pairs->size(); }
     std::string name(std::size_t pair) const override { return _pairs->name(pair); }
     PairNames images(std::size_t pair) const override { return _pairs->images(pair); }
+    Notes notes() const override { return _pairs->notes(); }
+    void limitSize(const cv::Size& size) override
+    {
+        const int longest = std::max(size.width, size.height); // images may lie on their side
+        _pairs->limitSize({longest, longest});
+    }
     Read take(std::size_t pair) override
     {
         return [read = _pairs->take(pair), names = images(pair), left = _left, right = _right] {
