@@ -105,8 +105,8 @@ Corners see(const CameraFit& camera, const std::vector<cv::Point3d>& places, con
 
 bool isInside(const Corners& corners)
 {
-    constexpr float border = 3; // px, more than noise
-    const cv::Rect2f inside(border, border, imageSize.width - 2 * border, imageSize.height - 2 * border);
+    constexpr int border = 3; // px, more than noise
+    const cv::Rect2f inside(cv::Rect(border, border, imageSize.width - 2 * border, imageSize.height - 2 * border));
     return std::all_of(corners.begin(), corners.end(), [&inside](const cv::Point2f& corner) {
         return inside.contains(corner);
     });

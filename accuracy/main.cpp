@@ -91,7 +91,7 @@ void printSteps(const Subjects& subjects)
         printRow(std::string(name) + ", and dense", subjects, settings);
     }
     MatcherSettings trusting;
-    trusting.trust = Trust::High;
+    trusting.trust = vision::toolkit::Trust::High;
     printRow("sgm, `--trust high`", subjects, trusting);
     for (const double least : {0.5, 0.8, 0.95}) {
         MatcherSettings confident;

@@ -71,7 +71,7 @@ void calibratePairs(const fs::path& folder, const Board& board)
     time("reading and finding boards",
          [&] { search = findBoards(*pairs, board, workers); });
     time("fitting and judging", [&] { report = calibrate(search, {}); });
-    time("drawing", [&] { drawReport(report, *pairs, [](const std::string&, const std::string&) {}); });
+    time("drawing", [&] { drawReport(report, *pairs, [](const std::string&, const Bytes&) {}); });
     std::printf("| pairs used | %zu | |\n", report.countUsed());
 }
 

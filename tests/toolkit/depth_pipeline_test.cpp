@@ -96,8 +96,8 @@ TEST_F(DepthOf, APlaneIsRightAtAnySizeWithAnyAlgorithmAndRange)
 
 TEST_F(DepthOf, PixelsThatAreGivenAreThoseOfTheCalibration)
 {
-    const MatcherSettings given{Algorithm::Bm, 21, {}, {}, 5, 31, 25, 400, 8, {}};
-    const MatcherSettings halved{Algorithm::Bm, 11, {}, {}, 5, 31, 13, 100, 4, {}};
+    const MatcherSettings given{Algorithm::Bm, 21, 5, 31, 25, 400, 8, {}};
+    const MatcherSettings halved{Algorithm::Bm, 11, 5, 31, 13, 100, 4, {}};
     const RawPair half = resize(raw, 0.5);
     const auto computeHalf = [&](const cv::Size& size, const DepthSettings& settings) {
         return DepthPipeline(makeRectifiedRig(size, {}), settings).compute(half.left, half.right).disparity;
@@ -203,7 +203,7 @@ TEST_F(DepthOf, EveryNthPairIsJudged)
 
 TEST_F(DepthOf, RectifiedPairsNeedNoCalibration)
 {
-    const auto [left, right] = DepthPipeline(rig, {}).rectify(raw);
+    const auto [left, right, bits] = DepthPipeline(rig, {}).rectify(raw);
     const DepthResult known = compute({});
     const auto shareLike = [&known](const DepthResult& depth) {
         const cv::Mat close = cv::abs(depth.disparity - known.disparity) < 0.5;

@@ -123,7 +123,7 @@ TEST(Matcher, LeavesOutWhatIsLessCertain)
     const Matches certain = match(pair, {0, 64}, settings);
     EXPECT_EQ(cv::countNonZero(findMatched(certain) != (findMatched(all) & (all.confidence >= 0.8))), 0);
     EXPECT_LT(shareOf(findMatched(certain)), shareOf(findMatched(all)));
-    EXPECT_EQ(cv::countNonZero(all.confidence > 0 & ~findMatched(all)), 0);
+    EXPECT_EQ(cv::countNonZero((all.confidence > 0) & ~findMatched(all)), 0);
 }
 
 TEST(Matcher, FillsFromSmallerSizesOnDemand)

@@ -62,7 +62,7 @@ TEST(Pictures, RefusesRangesThatNoLegendCanShow)
                                     std::pair(-1e308, 1e308),
                                     std::pair(1e17, 1.0000000000000002e17),
                                     std::pair(5.0, 5.0001),
-                                    std::pair(NAN, 5.0)}) {
+                                    std::pair(std::numeric_limits<double>::quiet_NaN(), 5.0)}) {
         PictureScale scale;
         scale.disparity = ColourRange{low, high};
         EXPECT_THROW(drawDisparity(disparity, {}, scale), vision::toolkit::Failure) << low;

@@ -107,7 +107,7 @@ std::vector<fs::path> write(const CalibrationReport& report, const std::string& 
         saveCalibration(report.result->records.right, rightName, output);
     }
     output.write(reportName, json);
-    drawReport(report, pairs, [&output](const std::string& name, const std::string& bytes) {
+    drawReport(report, pairs, [&output](const std::string& name, const Bytes& bytes) {
         output.write(name, bytes);
     });
     return output.commit();

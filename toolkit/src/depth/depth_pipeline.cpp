@@ -100,7 +100,7 @@ RawPair DepthPipeline::rectify(const RawPair& pair) const
         return pair;
     }
     requireFittingSize(pair.left.size(), _rig.size);
-    return {_stereo->rectifyImageLeft(pair.left), _stereo->rectifyImageRight(pair.right)};
+    return {_stereo->rectifyImageLeft(pair.left), _stereo->rectifyImageRight(pair.right), pair.bits};
 }
 
 ImagePair DepthPipeline::rectifyPair(const ImagePair& pair) const
