@@ -19,7 +19,7 @@ trend from the first to the last pair: N px
 row offset by region: N px, N px, N px
                       N px, N px, N px
                       N px, N px, N px
-rotation of the right camera: pitch N \+- N, yaw N \+- N, roll N \+- N degrees \(yaw is poorly seen .*
+change of the right camera: pitch N \+- N, yaw N \+- N, roll N \+- N degrees, zoom N \+- N % \(yaw is poorly .*
 square: (0.99|1.00)[0-9]{2} \+- 0.00[0-9]{2} of the given one, triangulated, in 6 pairs
 plane of the board: rms [12].[0-9]+ mm, absolute error -?[01].[0-9]+ mm, fill rate [56][0-9].[0-9] %
 )";
@@ -76,7 +76,7 @@ TEST_F(Check, HoldsDriftsOrDoesNotBelongOnRealPairs)
     EXPECT_NEAR(lowered["rowOffsetMedian"].get<double>(), 1, within);
     const auto turned = json("seven/right.yml --right turned", 1);
     EXPECT_EQ(turned["verdict"], "drifted");
-    EXPECT_NEAR(std::abs(turned["rotation"]["roll"].get<double>()), 0.2, within * 0.2);
+    EXPECT_NEAR(std::abs(turned["drift"]["roll"].get<double>()), 0.2, within * 0.2);
     const std::pair<std::string, const char*> rows[] = {
         {"lowered", "region: (([01].[0-9]+ px[, \n]+){3}){3}"},
         {"turned",
@@ -97,7 +97,11 @@ TEST_F(Check, HoldsDriftsOrDoesNotBelongOnRealPairs)
     EXPECT_EQ(json("four/right.yml --right r", 1)["verdict"], "foreign");
     run(check + "seven/right.yml --right r --correct", 2, HasSubstr("--output"));
     run(check + "seven/right.yml --right r --output same", 2, HasSubstr("--correct"));
-    run(check + "seven/right.yml --right r --correct --output same", 2, HasSubstr("do not get better"));
+    run(check + "seven/right.yml --right r --correct --output same", 0, HasSubstr("nothing to correct"));
+    EXPECT_FALSE(std::filesystem::exists(path("same/right.yml")));
+    run(check + "seven/right.yml --right lowered --correct --output same --distance 1m",
+        2,
+        HasSubstr("--point"));
     run("tool check --left none.png --right none.png --left-calibration left.yml --right-calibration "
         "right.yml",
         2,
