@@ -26,9 +26,9 @@ namespace {
 using namespace vision::toolkit;
 
 const cv::Size imageSize(640, 480);
-constexpr double depth = 1;    // m, where errors are compared
+constexpr double depth = 1;        // m, where errors are compared
 constexpr std::size_t atDepth = 1; // its place among those that are stated
-constexpr int steps = 12;      // of the grid of pixels, in each direction
+constexpr int steps = 12;          // of the grid of pixels, in each direction
 
 /// What a session is taken with.
 struct Rig
@@ -53,8 +53,15 @@ CameraFit makeCamera(const Rig& rig, double scale, const cv::Point2d& shift)
 {
     const double focalLength = scale * imageSize.width / 2 / std::tan(rig.angle / 2 * CV_PI / 180);
     CameraFit camera;
-    camera.matrix = (cv::Mat_<double>(3, 3) << focalLength, 0, imageSize.width / 2.0 + shift.x, 0,
-                     focalLength, imageSize.height / 2.0 + shift.y, 0, 0, 1);
+    camera.matrix = (cv::Mat_<double>(3, 3) << focalLength,
+                     0,
+                     imageSize.width / 2.0 + shift.x,
+                     0,
+                     focalLength,
+                     imageSize.height / 2.0 + shift.y,
+                     0,
+                     0,
+                     1);
     camera.distortion = cv::Mat(rig.distortion).reshape(1, 1).clone();
     return camera;
 }
@@ -225,7 +232,11 @@ std::vector<double> measureErrors(const Grid& grid, const PairFit& fit, const Bo
     cv::Mat right;
     cv::hconcat(fit.rotation, fit.translation, right);
     cv::Mat places;
-    cv::triangulatePoints(cv::Mat::eye(3, 4, CV_64F), right, toRays(grid.left, fit.left), toRays(grid.right, fit.right), places);
+    cv::triangulatePoints(cv::Mat::eye(3, 4, CV_64F),
+                          right,
+                          toRays(grid.left, fit.left),
+                          toRays(grid.right, fit.right),
+                          places);
     std::vector<double> errors;
     for (int i = 0; i < places.cols; ++i) {
         const cv::Vec4d place = places.col(i);
@@ -304,25 +315,27 @@ void compareRig(const Rig& rig, unsigned seed, int count, Tally& medians, Tally&
     medians.all += count;
     worst.within += rigWorst.within;
     worst.all += count;
-    std::cout << fmt::format("| {} | {} | {:.2f} | {:.1f} | {:.1f} | {:.2f} | {:.1f} | {:.1f} | {:.2f} | {} | {} |\n",
-                             rig.lens,
-                             rig.views,
-                             rig.noise,
-                             1000 * trueMedian,
-                             1000 * median(statedMedians),
-                             median(statedMedians) / trueMedian,
-                             1000 * trueWorst,
-                             1000 * median(statedWorst),
-                             median(statedWorst) / trueWorst,
-                             rigMedians.within,
-                             fmt::format("{}/{}/{}/{}", verdicts[0], verdicts[1], verdicts[2], verdicts[3]))
+    std::cout << fmt::format(
+                     "| {} | {} | {:.2f} | {:.1f} | {:.1f} | {:.2f} | {:.1f} | {:.1f} | {:.2f} | {} | {} |\n",
+                     rig.lens,
+                     rig.views,
+                     rig.noise,
+                     1000 * trueMedian,
+                     1000 * median(statedMedians),
+                     median(statedMedians) / trueMedian,
+                     1000 * trueWorst,
+                     1000 * median(statedWorst),
+                     median(statedWorst) / trueWorst,
+                     rigMedians.within,
+                     fmt::format("{}/{}/{}/{}", verdicts[0], verdicts[1], verdicts[2], verdicts[3]))
               << std::flush;
 }
 
 void compareDepths(int count)
 {
     std::cout << fmt::format(
-        "| lens | views | noise px | true median mm | stated | ratio | true 95 % mm | stated | ratio | of {} within "
+        "| lens | views | noise px | true median mm | stated | ratio | true 95 % mm | stated | ratio | of {} "
+        "within "
         "0.5 and 2 | good/usable/poor/refused |\n|---|---:|---:|---:|---:|---:|---:|---:|---:|---:|---|\n",
         count);
     Tally medians;
@@ -339,16 +352,18 @@ void compareDepths(int count)
             }
         }
     }
-    std::cout << fmt::format("\nStated over true between 0.5 and 2: {:.0f} % of {} medians, {:.0f} % of the 95th percentiles.\n",
-                             100.0 * medians.within / medians.all,
-                             medians.all,
-                             100.0 * worst.within / worst.all);
+    std::cout << fmt::format(
+        "\nStated over true between 0.5 and 2: {:.0f} % of {} medians, {:.0f} % of the 95th percentiles.\n",
+        100.0 * medians.within / medians.all,
+        medians.all,
+        100.0 * worst.within / worst.all);
 }
 
 void compareBows(int count)
 {
-    std::cout << "\n| board | found mm | stated +- mm | error of the focal length px, rms | stated +- px | of "
-              << count << " within 2 +- | bend taken into account |\n|---|---:|---:|---:|---:|---:|---:|\n";
+    std::cout
+        << "\n| board | found mm | stated +- mm | error of the focal length px, rms | stated +- px | of "
+        << count << " within 2 +- | bend taken into account |\n|---|---:|---:|---:|---:|---:|---:|\n";
     for (const double bow : {0.0, 0.0002, 0.0005, 0.001, 0.002, 0.005, -0.005}) {
         const Rig rig{"60 degrees", 60, {-0.25, 0.1, 0.001, -0.0005, 0}, 13, 0.1, bow};
         const Truth truth = makeTruth(rig);
@@ -357,10 +372,10 @@ void compareBows(int count)
         int within = 0;
         int bent = 0;
         for (int i = 0; i < count; ++i) {
-            const CalibrationReport report = calibrate(addNoise(takeViews(rig, truth, 100U + static_cast<unsigned>(i)), rig.noise, random));
+            const CalibrationReport report = calibrate(
+                addNoise(takeViews(rig, truth, 100U + static_cast<unsigned>(i)), rig.noise, random));
             const CalibrationResult& result = *report.result;
-            const double error =
-                result.fit.left.matrix.at<double>(0, 0) - truth.left.matrix.at<double>(0, 0);
+            const double error = result.fit.left.matrix.at<double>(0, 0) - truth.left.matrix.at<double>(0, 0);
             errors.push_back(error);
             stated.push_back(result.uncertainty.cameras.left.focalLengthX);
             found.push_back(1000 * report.board.bend[0]);

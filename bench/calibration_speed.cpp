@@ -68,8 +68,7 @@ void calibratePairs(const fs::path& folder, const Board& board)
         openPairs({{(folder / "left*.jpg").string()}, {(folder / "right*.jpg").string()}, false});
     BoardSearch search;
     CalibrationReport report;
-    time("reading and finding boards",
-         [&] { search = findBoards(*pairs, board, workers); });
+    time("reading and finding boards", [&] { search = findBoards(*pairs, board, workers); });
     time("fitting and judging", [&] { report = calibrate(search, {}); });
     time("drawing", [&] { drawReport(report, *pairs, [](const std::string&, const Bytes&) {}); });
     std::printf("| pairs used | %zu | |\n", report.countUsed());

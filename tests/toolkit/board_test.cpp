@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <vision/toolkit/board/board.h>
+#include <vision/toolkit/board/board_search.h>
+#include <vision/toolkit/failure.h>
 
 #include <gtest/gtest.h>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
+#include <ctime>
 
 using namespace vision::toolkit;
 
@@ -57,6 +59,45 @@ TEST(BoardInImages, IsFoundInImagesOfAnySize)
         EXPECT_LT(cv::norm(found, expected, cv::NORM_INF), 0.1) << size << ", squares of " << edge << " px";
     }
     EXPECT_TRUE(findBoard(makeBoardImage({640, 480}, 40).first, makeBoard({8, 6}), Effort::Thorough).empty());
+}
+
+/// Squares of that many px all over the image.
+cv::Mat makeFinePattern(int edge)
+{
+    cv::Mat image(480, 640, CV_8UC1);
+    for (int row = 0; row < image.rows; ++row) {
+        for (int column = 0; column < image.cols; ++column) {
+            image.at<unsigned char>(row, column) = (row / edge + column / edge) % 2 == 0 ? 255 : 0;
+        }
+    }
+    return image;
+}
+
+TEST(BoardInImages, IsFoundInFrontOfAFinePatternAndNotSearchedForLongInIt)
+{
+    const double before = static_cast<double>(std::clock());
+    EXPECT_TRUE(findBoard(makeFinePattern(5), makeBoard({9, 6}), Effort::Thorough).empty());
+    EXPECT_LT((std::clock() - before) / CLOCKS_PER_SEC, 10); // a minute without counting the squares
+
+    cv::Mat image = makeFinePattern(5);
+    const cv::Mat board = makeBoardImage({640, 480}, 30).first;
+    board(cv::Rect(120, 90, 400, 300)).copyTo(image(cv::Rect(120, 90, 400, 300)));
+    EXPECT_EQ(findBoard(image, makeBoard({9, 6}), Effort::Usual).ids.size(), 54U);
+}
+
+TEST(BoardInImages, OfAnotherKindIsNamed)
+{
+    cv::Mat circles(480, 640, CV_8UC1, cv::Scalar(255));
+    for (int i = 0; i < 9 * 6; ++i) {
+        cv::circle(circles, {100 + 50 * (i % 9), 100 + 50 * (i / 9)}, 14, 0, cv::FILLED, cv::LINE_AA);
+    }
+    const auto pairs = makePairs({{circles, circles}, {circles, circles}});
+    try {
+        findBoards(*pairs, makeBoard({9, 6}));
+        FAIL();
+    } catch (const Failure& failure) {
+        EXPECT_EQ(failure.note().code, "board-is-circles");
+    }
 }
 
 TEST(BoardInImages, HasItsCirclesWhereTheyAreInLargeImages)

@@ -28,8 +28,8 @@ double quantile(std::vector<double> values, double share)
     if (values.empty()) {
         return std::numeric_limits<double>::quiet_NaN();
     }
-    const auto place = std::min(static_cast<std::size_t>(share * static_cast<double>(values.size())),
-                                values.size() - 1);
+    const auto place =
+        std::min(static_cast<std::size_t>(share * static_cast<double>(values.size())), values.size() - 1);
     const auto at = values.begin() + static_cast<std::ptrdiff_t>(place);
     std::nth_element(values.begin(), at, values.end());
     return *at;

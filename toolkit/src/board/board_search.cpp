@@ -51,7 +51,8 @@ void refuseOtherPattern(const std::vector<cv::Mat>& samples, const Board& given)
         constexpr std::array names{"a chessboard", "a grid of circles", "an asymmetric grid of circles"};
         constexpr std::array codes{"board-is-chessboard", "board-is-circles", "board-is-asymmetric"};
         const auto place = static_cast<std::size_t>(*pattern);
-        throw Failure(codes[place], "", std::string("the images show ") + names[place] + ", not what was given");
+        throw Failure(
+            codes[place], "", std::string("the images show ") + names[place] + ", not what was given");
     }
 }
 
@@ -106,8 +107,7 @@ void findView(const ImagePair& images, const Board& board, PairDetection& pair)
         const char* where = !left.empty()    ? "the right image"
                             : !right.empty() ? "the left image"
                                              : "either image";
-        pair.reason =
-            Note("no-board", Severity::Info, std::string("no whole board found in ") + where);
+        pair.reason = Note("no-board", Severity::Info, std::string("no whole board found in ") + where);
         return;
     }
     pair.view = match(left, right);

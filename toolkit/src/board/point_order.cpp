@@ -58,16 +58,17 @@ void agreeOnOrder(const Board& board, BoardView& view)
 
 Corners undo(ImageChange change, const Corners& corners, const cv::Size& image, int columns)
 {
-    const cv::Point2f middle(static_cast<float>(image.width - 1) / 2, static_cast<float>(image.height - 1) / 2);
+    const cv::Point2f middle(static_cast<float>(image.width - 1) / 2,
+                             static_cast<float>(image.height - 1) / 2);
     Corners undone;
     for (const cv::Point2f& corner : corners) {
         const auto [x, y] = corner - middle;
-        const cv::Point2f moved = change == ImageChange::Turned             ? cv::Point2f(-x, -y)
-                                  : change == ImageChange::TurnedRight      ? cv::Point2f(y, -x)
-                                  : change == ImageChange::TurnedLeft       ? cv::Point2f(-y, x)
-                                  : change == ImageChange::Mirrored         ? cv::Point2f(-x, y)
+        const cv::Point2f moved = change == ImageChange::Turned               ? cv::Point2f(-x, -y)
+                                  : change == ImageChange::TurnedRight        ? cv::Point2f(y, -x)
+                                  : change == ImageChange::TurnedLeft         ? cv::Point2f(-y, x)
+                                  : change == ImageChange::Mirrored           ? cv::Point2f(-x, y)
                                   : change == ImageChange::MirroredUpsideDown ? cv::Point2f(x, -y)
-                                                                            : cv::Point2f(x, y);
+                                                                              : cv::Point2f(x, y);
         undone.push_back(moved + middle);
     }
     if (change == ImageChange::Mirrored || change == ImageChange::MirroredUpsideDown) {

@@ -148,8 +148,7 @@ Adjustment::Rows Adjustment::linearise(const BoardView& view, const Board& board
     const RightPosition right = toRight(_fit, cv::Mat(pose.rotation), cv::Mat(pose.translation));
     const Projection inLeft =
         project(_fit.left, cv::Mat(pose.rotation), cv::Mat(pose.translation), points, view.left);
-    const Projection inRight =
-        project(_fit.right, right.rotation, right.translation, points, view.right);
+    const Projection inRight = project(_fit.right, right.rotation, right.translation, points, view.right);
     cv::Mat byPose(4 * rows.points, poseNumbers, CV_64F);
     cv::Mat rig = cv::Mat::zeros(4 * rows.points, rigNumbers, CV_64F);
     const cv::Range leftRows(0, 2 * rows.points);
@@ -187,8 +186,7 @@ cv::Mat Adjustment::covariance() const
     const cv::Mat rigInverse = invert(_rigNormal);
     double variances[2];
     for (int side = 0; side < 2; ++side) {
-        const double freedom =
-            _points - static_cast<double>(_free.size()) - poseNumbers * views;
+        const double freedom = _points - static_cast<double>(_free.size()) - poseNumbers * views;
         variances[side] = _squares[side] / std::max(freedom, 1.0);
     }
     for (const Rows& rows : _views) {

@@ -56,10 +56,10 @@ private:
     /// A view: the rows of both images, left first, two for each point.
     struct Rows
     {
-        cv::Mat settings;  ///< by the settings, what positions of the board can do taken out
-        cv::Mat residuals; ///< of each camera alone, the same taken out
-        cv::Mat rig;       ///< by the right camera's position, with common positions taken out
-        cv::Mat common;    ///< the residuals with a common position, the same taken out
+        cv::Mat settings;      ///< by the settings, what positions of the board can do taken out
+        cv::Mat residuals;     ///< of each camera alone, the same taken out
+        cv::Mat rig;           ///< by the right camera's position, with common positions taken out
+        cv::Mat common;        ///< the residuals with a common position, the same taken out
         cv::Mat rigBySettings; ///< 6 x settings: what a change of these does to the rig's normal equations
         int points = 0;
     };

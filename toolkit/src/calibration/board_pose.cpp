@@ -76,7 +76,11 @@ BoardPose findPose(const PairFit& fit, const BoardView& view, const Board& board
     const auto points = makeBoardPoints(board, view.ids);
     BoardPose pose;
     cv::solvePnP(makeBoardPoints(flatten(board), view.ids),
-                 view.left, fit.left.matrix, fit.left.distortion, pose.rotation, pose.translation);
+                 view.left,
+                 fit.left.matrix,
+                 fit.left.distortion,
+                 pose.rotation,
+                 pose.translation);
     Projections projections = project(fit, pose, points, view);
     for (int step = 0; step < mostSteps; ++step) {
         const cv::Vec6d change = findStep(projections);

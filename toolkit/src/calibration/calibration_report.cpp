@@ -156,8 +156,8 @@ bool isAstray(const PairFit& fit, const cv::Size& imageSize)
         const double focalLength = camera.matrix.at<double>(0, 0);
         return !(focalLength > shortest * width && focalLength < longest * width);
     };
-    return !std::isfinite(fit.rms) || !cv::checkRange(fit.translation) ||
-           isOutside(fit.left) || isOutside(fit.right);
+    return !std::isfinite(fit.rms) || !cv::checkRange(fit.translation) || isOutside(fit.left) ||
+           isOutside(fit.right);
 }
 
 void refuse(const Note& note, CalibrationReport& report)
@@ -185,8 +185,8 @@ Board straighten(OutlierRejection& kept, const BoardSearch& search, const Calibr
                  cv::Vec3d& deviation, Notes& notes)
 {
     const auto views = kept.usedViews();
-    const double repeats = static_cast<double>(views.size()) /
-                           static_cast<double>(selectPoses(views, search.imageSize).size());
+    const double repeats =
+        static_cast<double>(views.size()) / static_cast<double>(selectPoses(views, search.imageSize).size());
     const auto bent = fitBentBoard(views, search.board, options.lens, kept.fit, repeats);
     if (!bent) {
         return search.board;
@@ -199,8 +199,8 @@ Board straighten(OutlierRejection& kept, const BoardSearch& search, const Calibr
     const cv::Vec3d& bend = bent->board.bend;
     notes.push_back({"board-bent",
                      Severity::Info,
-                     "the board is bowed by " + formatBend(bend[0], deviation[0]) + " along its rows and by " +
-                         formatBend(bend[1], deviation[1]) +
+                     "the board is bowed by " + formatBend(bend[0], deviation[0]) +
+                         " along its rows and by " + formatBend(bend[1], deviation[1]) +
                          " along its columns, which is taken into account"});
     return bent->board;
 }
@@ -212,10 +212,11 @@ void addReasons(const OutlierRejection& kept, const BoardSearch& search, const C
         report.reasons.push_back(
             {Verdict::Usable,
              {"pairs-swapped",
-              fmt::format("left and right are exchanged in {} of {} pairs, which are not used: name each image "
-                          "on its own side",
-                          kept.swapped,
-                          kept.views.size())}});
+              fmt::format(
+                  "left and right are exchanged in {} of {} pairs, which are not used: name each image "
+                  "on its own side",
+                  kept.swapped,
+                  kept.views.size())}});
     }
     if (!kept.isStable) {
         refuse({"pairs-do-not-fit",
@@ -278,10 +279,10 @@ void fit(const BoardSearch& search, const CalibrationOptions& options, Calibrati
 /// More of the same image twice than of two.
 bool holdsSameImages(const BoardSearch& search, std::size_t views)
 {
-    return 2 * static_cast<std::size_t>(
-                   std::count_if(search.pairs.begin(), search.pairs.end(), [](const PairDetection& pair) {
-                       return !pair.view.empty() && isSameImage(pair.view);
-                   })) >
+    return 2 * static_cast<std::size_t>(std::count_if(
+                   search.pairs.begin(),
+                   search.pairs.end(),
+                   [](const PairDetection& pair) { return !pair.view.empty() && isSameImage(pair.view); })) >
            views;
 }
 
@@ -320,8 +321,7 @@ CalibrationReport calibrate(const BoardSearch& search, const CalibrationOptions&
             return !pair.view.empty();
         }));
     if (holdsSameImages(search, views)) {
-        refuse({"identical-images",
-                "both images of most pairs are the same: give those of both cameras"},
+        refuse({"identical-images", "both images of most pairs are the same: give those of both cameras"},
                report);
         leaveOut(report);
     } else if (views > 0) {
@@ -337,10 +337,11 @@ CalibrationReport calibrate(const BoardSearch& search, const CalibrationOptions&
     }
     if (views < fewestViews) {
         refuse({"too-few-pairs",
-                fmt::format("too few pairs show the whole board in both images: {}, at least {} are needed, 10 or "
-                            "more are good; check the size of the board and take more pairs",
-                            views,
-                            fewestViews)},
+                fmt::format(
+                    "too few pairs show the whole board in both images: {}, at least {} are needed, 10 or "
+                    "more are good; check the size of the board and take more pairs",
+                    views,
+                    fewestViews)},
                report);
     }
     std::stable_sort(report.reasons.begin(), report.reasons.end(), [](const Reason& a, const Reason& b) {

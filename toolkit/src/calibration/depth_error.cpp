@@ -71,7 +71,8 @@ cv::Mat measureDistances(const PairFit& fit, const Probes& probes)
     cv::Mat right;
     cv::hconcat(fit.rotation, fit.translation, right);
     cv::Mat places;
-    cv::triangulatePoints(left, right, toRays(probes.left, fit.left), toRays(probes.right, fit.right), places);
+    cv::triangulatePoints(
+        left, right, toRays(probes.left, fit.left), toRays(probes.right, fit.right), places);
     cv::Mat distances(places.cols, 1, CV_64F);
     for (int i = 0; i < places.cols; ++i) {
         const cv::Vec4d place = places.col(i);

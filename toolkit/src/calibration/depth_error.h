@@ -13,8 +13,8 @@ namespace vision::toolkit {
 /// Where in the left image, and how far away, the board was seen.
 struct SeenSpace
 {
-    cv::Mat covered;     ///< `CV_8U`, not 0 where it was seen
-    double nearest = 0;  ///< m
+    cv::Mat covered;    ///< `CV_8U`, not 0 where it was seen
+    double nearest = 0; ///< m
     double farthest = 0;
 };
 

@@ -113,11 +113,12 @@ void judgeDistances(const CalibrationResult& result, Reasons& reasons)
     }
     const double baseline = uncertainty.baseline / cv::norm(result.fit.translation);
     if (judgeDistance(baseline) != Verdict::Good) {
-        reasons.push_back({judgeDistance(baseline),
-                           {"uncertain-baseline",
-                            (std::isnan(baseline) ? std::string("the baseline is not determined")
-                                                  : "the baseline is uncertain by " + percent(baseline)) +
-                                ", and every distance with it: take more images, the board large in both of them"}});
+        reasons.push_back(
+            {judgeDistance(baseline),
+             {"uncertain-baseline",
+              (std::isnan(baseline) ? std::string("the baseline is not determined")
+                                    : "the baseline is uncertain by " + percent(baseline)) +
+                  ", and every distance with it: take more images, the board large in both of them"}});
     }
     const double depth = uncertainty.relativeDepthError;
     if (judgeDistance(depth) != Verdict::Good) {
@@ -138,9 +139,10 @@ Note describeResiduals(double rms, const CameraFit& worse, ResidualCause cause)
     switch (cause) {
     case ResidualCause::NotSimultaneous:
         return {"not-simultaneous",
-                what + fmt::format(", and {:.2f} px within each camera: take both images at the same moment, or "
-                                   "hold the board still, and see that the cameras cannot move against each other",
-                                   worse.rms)};
+                what + fmt::format(
+                           ", and {:.2f} px within each camera: take both images at the same moment, or "
+                           "hold the board still, and see that the cameras cannot move against each other",
+                           worse.rms)};
     case ResidualCause::RollingShutter:
         return {"rolling-shutter",
                 what + ", as when rows are exposed one after the other while the board moves: hold it still"};
@@ -148,7 +150,8 @@ Note describeResiduals(double rms, const CameraFit& worse, ResidualCause cause)
         break;
     }
     return {"high-residuals",
-            what + ", of unknown cause: see that the images are sharp and the board and the cameras keep still"};
+            what +
+                ", of unknown cause: see that the images are sharp and the board and the cameras keep still"};
 }
 
 void judgeResiduals(const CalibrationResult& result, ResidualCause cause, Reasons& reasons)
@@ -198,10 +201,10 @@ void judgeArrangement(const CalibrationPair& records, Reasons& reasons)
               "the cameras stand above each other: only cameras side by side can be used; turn the rig "
               "or all images by 90 degrees"}});
     } else if (!(projection(0, 3) < 0)) {
-        reasons.push_back(
-            {Verdict::Refused,
-             {"swapped-cameras",
-              "the left camera stands to the right of the right one, or all images are mirrored: exchange the images of both cameras"}});
+        reasons.push_back({Verdict::Refused,
+                           {"swapped-cameras",
+                            "the left camera stands to the right of the right one, or all images are "
+                            "mirrored: exchange the images of both cameras"}});
     }
 }
 

@@ -65,10 +65,10 @@ public:
         for (FittedView& view : _all.views) {
             view.pose = findPose(_all.fit, view.view, _search.board);
             if (view.reason && view.reason->code == notFitting) {
-                view.reason->text =
-                    fmt::format("does not fit the other pairs ({:.1f} px): a wrong partner image, or something "
-                                "moved between the two images",
-                                view.pose.rms());
+                view.reason->text = fmt::format(
+                    "does not fit the other pairs ({:.1f} px): a wrong partner image, or something "
+                    "moved between the two images",
+                    view.pose.rms());
             }
         }
         return std::move(_all);

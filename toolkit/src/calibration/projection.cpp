@@ -35,12 +35,8 @@ Projection projectFitted(const CameraFit& camera, const std::vector<int>& ids, c
     constexpr double still = 1e-9; // rad and m
     const auto points = makeBoardPoints(board, ids);
     cv::Mat translation;
-    cv::solvePnP(makeBoardPoints(flatten(board), ids),
-                 seen,
-                 camera.matrix,
-                 camera.distortion,
-                 rotation,
-                 translation);
+    cv::solvePnP(
+        makeBoardPoints(flatten(board), ids), seen, camera.matrix, camera.distortion, rotation, translation);
     Projection projection = project(camera, rotation, translation, points, seen);
     for (int step = 0; step < mostSteps; ++step) {
         cv::Mat change;

@@ -17,7 +17,7 @@ struct Projection
     cv::Mat residuals;     ///< 2N x 1, seen minus expected, px
     cv::Mat byRotation;    ///< 2N x 3, of the board, axis times angle
     cv::Mat byTranslation; ///< 2N x 3, m
-    cv::Mat byCamera; ///< 2N x (4 + distortion): fx, fy, cx, cy, OpenCV's coefficients
+    cv::Mat byCamera;      ///< 2N x (4 + distortion): fx, fy, cx, cy, OpenCV's coefficients
 
     [[nodiscard]] cv::Mat byPose() const; ///< 2N x 6, both together
 };
@@ -40,9 +40,9 @@ struct RightPosition
 {
     cv::Mat rotation;
     cv::Mat translation;
-    cv::Mat rotationByLeft;  ///< by the rotation in the left camera's frame, 3x3
+    cv::Mat rotationByLeft; ///< by the rotation in the left camera's frame, 3x3
     cv::Mat translationByLeft;
-    cv::Mat rotationByRig;   ///< by the rotation of the right camera, 3x3
+    cv::Mat rotationByRig;    ///< by the rotation of the right camera, 3x3
     cv::Mat translationByRig; ///< by that rotation, too
 };
 

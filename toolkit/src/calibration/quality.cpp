@@ -146,7 +146,8 @@ CameraQuality measureCamera(const std::vector<const FittedView*>& used, const cv
 {
     CameraQuality quality;
     const cv::Mat covered = drawCovered(used, imageSize, side);
-    quality.coveredArea = static_cast<double>(cv::countNonZero(covered)) / static_cast<double>(covered.total());
+    quality.coveredArea =
+        static_cast<double>(cv::countNonZero(covered)) / static_cast<double>(covered.total());
     quality.reach = measureReach(used, imageSize, side);
     quality.residualGrowth = measureResidualGrowth(used, imageSize, side);
     return quality;

@@ -25,7 +25,7 @@ const cv::Scalar white(255, 255, 255);
 const cv::Scalar green(0, 200, 0);
 const cv::Scalar red(0, 0, 255);
 const cv::Scalar orange(0, 165, 255);
-constexpr float veryFar = 1e6F; // m; rectification does not depend on it
+constexpr float veryFar = 1e6F;     // m; rectification does not depend on it
 constexpr double largestSide = 640; // px, of one image at most
 constexpr int captionHeight = 24;
 constexpr int gap = 8;
@@ -174,9 +174,8 @@ std::vector<Picture> drawPair(const CalibrationReport& report, const CalibratedP
         const ImagePair images = toEightBits(read());
         pictures.push_back({pair.picture, encodeImage(".jpg", drawView(pair, images))}); // photographs
         if (isRectified) {
-            pictures.insert(
-                pictures.begin(),
-                {"rectified.png", encodePng(rectifyRows(images, report.result->records))});
+            pictures.insert(pictures.begin(),
+                            {"rectified.png", encodePng(rectifyRows(images, report.result->records))});
         }
     } catch (const std::runtime_error&) {
         return pictures;
@@ -216,7 +215,8 @@ cv::Mat drawView(const CalibratedPair& pair, const ImagePair& images)
 cv::Mat drawCoverage(const CalibrationReport& report)
 {
     const CalibrationResult& result = *report.result;
-    const double size = std::min(1.0, largestSide / std::max(report.imageSize.width, report.imageSize.height));
+    const double size =
+        std::min(1.0, largestSide / std::max(report.imageSize.width, report.imageSize.height));
     const double largest = 3 * result.fit.rms;
     const CameraImage left{"left", result.left, &CalibratedPair::expectedLeft, &BoardView::left};
     const CameraImage right{"right", result.right, &CalibratedPair::expectedRight, &BoardView::right};

@@ -80,19 +80,21 @@ void addErrors(const CalibrationResult& result, Lines& lines)
 void addDepths(const CalibrationResult& result, Lines& lines)
 {
     const PairUncertainty& uncertainty = result.uncertainty;
-    lines.push_back(fmt::format("the board was seen {:.2f} to {:.2f} m away in {} of the left image; beyond, the "
-                                "calibration is extrapolated",
-                                uncertainty.nearest,
-                                uncertainty.farthest,
-                                percent(result.left.coveredArea, 0)));
+    lines.push_back(
+        fmt::format("the board was seen {:.2f} to {:.2f} m away in {} of the left image; beyond, the "
+                    "calibration is extrapolated",
+                    uncertainty.nearest,
+                    uncertainty.farthest,
+                    percent(result.left.coveredArea, 0)));
     for (const DepthError& error : uncertainty.depths) {
-        lines.push_back(fmt::format("depth error at {:.1f} m{}: {} from calibration (95th percentile {}), {} from a "
-                                    "quarter pixel of matching",
-                                    error.depth,
-                                    error.isExtrapolated ? " (extrapolated)" : "",
-                                    millimetres(error.fromCalibration),
-                                    millimetres(error.worstFromCalibration),
-                                    millimetres(error.fromMatching)));
+        lines.push_back(
+            fmt::format("depth error at {:.1f} m{}: {} from calibration (95th percentile {}), {} from a "
+                        "quarter pixel of matching",
+                        error.depth,
+                        error.isExtrapolated ? " (extrapolated)" : "",
+                        millimetres(error.fromCalibration),
+                        millimetres(error.worstFromCalibration),
+                        millimetres(error.fromMatching)));
     }
 }
 

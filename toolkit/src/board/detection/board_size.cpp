@@ -90,8 +90,8 @@ std::optional<cv::Size> findBoardSize(const Images& images, const Board& board)
 std::optional<Pattern> findPattern(const Images& images, const Board& board)
 {
     constexpr std::size_t enough = 4;
-    const Images reduced = reduce({images.begin(), images.begin() + static_cast<std::ptrdiff_t>(
-                                                                        std::min(enough, images.size()))});
+    const Images reduced = reduce(
+        {images.begin(), images.begin() + static_cast<std::ptrdiff_t>(std::min(enough, images.size()))});
     for (const Pattern pattern : {Pattern::Chessboard, Pattern::Circles, Pattern::AsymmetricCircles}) {
         Board other = board;
         other.pattern = pattern;

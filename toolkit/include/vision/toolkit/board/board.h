@@ -43,7 +43,7 @@ using Corners = std::vector<cv::Point2f>;
 struct BoardDetection
 {
     std::vector<int> ids; ///< their numbers
-    Corners corners;         ///< where they are, px; whole numbers are the centres of pixels
+    Corners corners;      ///< where they are, px; whole numbers are the centres of pixels
 
     [[nodiscard]] bool empty() const { return ids.empty(); }
 };

@@ -20,7 +20,7 @@ namespace vision::toolkit {
 struct BoardView
 {
     std::vector<int> ids; ///< their numbers
-    Corners left;            ///< px
+    Corners left;         ///< px
     Corners right;
 
     [[nodiscard]] bool empty() const { return ids.empty(); }
@@ -30,7 +30,7 @@ struct BoardView
 struct PairDetection
 {
     PairNames images;
-    std::string name;      ///< what results of the pair are called after
+    std::string name;           ///< what results of the pair are called after
     cv::Size size;              ///< of each image, px; empty for images that cannot be used
     BoardView view;             ///< empty when the board is not seen in both
     std::optional<Note> reason; ///< why there is no view

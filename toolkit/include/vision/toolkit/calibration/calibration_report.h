@@ -76,8 +76,8 @@ struct DepthError
 struct PairUncertainty
 {
     PairDeviation cameras{};
-    double baseline = 0;            ///< m
-    cv::Vec3d rotation;             ///< of the right camera against the left one, about its x, y and z axis; degrees
+    double baseline = 0; ///< m
+    cv::Vec3d rotation;  ///< of the right camera against the left one, about its x, y and z axis; degrees
     double unseenRowError = 0;      ///< px rms, of views against fits that did not see them
     std::vector<DepthError> depths; ///< at 0.5, 1, 2 and 5 m
     double nearest = 0;             ///< m, the nearest and the farthest point of the board in any view
@@ -127,7 +127,7 @@ struct CalibratedPair
     bool isUsed = false;        ///< the calibration rests on it
     std::optional<Note> reason; ///< why it is not used
     std::optional<Note> repair; ///< what was repaired
-    bool isLeftTurned = false; ///< the image was taken as if turned by 180 degrees
+    bool isLeftTurned = false;  ///< the image was taken as if turned by 180 degrees
     bool isRightTurned = false;
 
     // Where the board was found, whether used or not:
@@ -156,14 +156,14 @@ struct CalibrationResult
     double worstRowError = 0;   ///< px
     double squareMean = 0;      ///< triangulated distance of neighbouring points over the given one
     double squareDeviation = 0; ///< its standard deviation
-    cv::Vec3d bendDeviation;    ///< m, standard deviations of the board's bend; zero when it is taken for flat
+    cv::Vec3d bendDeviation; ///< m, standard deviations of the board's bend; zero when it is taken for flat
 };
 
 struct CalibrationReport
 {
     Verdict verdict = Verdict::Refused;
     std::vector<Reason> reasons; ///< the worst first; empty for a good calibration
-    Board board; ///< as it was found, with its bend when that was taken into account
+    Board board;                 ///< as it was found, with its bend when that was taken into account
     cv::Size imageSize;
     int rotateLeft = 0; ///< degrees by which the images were turned, as others of these cameras must be
     int rotateRight = 0;
@@ -178,8 +178,8 @@ struct CalibrationReport
 struct CalibrationOptions
 {
     LensModel lens;
-    double alpha = 0;     ///< 0: rectified images show only valid pixels, 1: all pixels
-    int rotateLeft = 0;   ///< what PairInput says of these pairs, for the report
+    double alpha = 0;   ///< 0: rectified images show only valid pixels, 1: all pixels
+    int rotateLeft = 0; ///< what PairInput says of these pairs, for the report
     int rotateRight = 0;
     unsigned workers = 0; ///< pairs that are searched at the same time; 0: as many as there are cores
 };
