@@ -107,7 +107,8 @@ Notes judgeDrift(const RowOffsets& rows, const DriftFit& fit)
 {
     const CameraDrift& drift = fit.all;
     Notes reasons;
-    if (drift.residual > limits::mostResidual) {
+    if (drift.residual > limits::mostResidual ||
+        std::abs(fit.significant.zoom.value) > limits::mostPlausibleZoom) {
         reasons.push_back({"rows-differ",
                            Severity::Wrong,
                            fmt::format("rows are off by different amounts (spread {:.2f} px), which no small "

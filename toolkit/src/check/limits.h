@@ -10,6 +10,7 @@ inline constexpr double beyondDoubt = 4;         ///< standard deviations, from 
 inline constexpr double mostRows = 0.25;         ///< px, that pitch may move them
 inline constexpr double mostRoll = 0.065;        ///< degrees
 inline constexpr double mostZoom = 0.25;         ///< percent
+inline constexpr double mostPlausibleZoom = 2;   ///< percent; beyond, it is another lens
 inline constexpr double mostExplained = 0.4;     ///< px rms that all of these together may cause
 inline constexpr double mostResidual = 1.2;      ///< px, spread that no movement explains
 inline constexpr double mostSquareError = 0.01;  ///< share of the printed length

@@ -49,12 +49,13 @@ struct Place
     cv::Point2d shift; ///< from the patch in the left image to its place in the right one
     double score;
     double second; ///< best score elsewhere
+    bool isAtEdge; ///< of what was searched, so that the true place may lie beyond; there is no shift then
 };
 
 /// Searches a patch in a part of the right image.
 /// @param origin of the patch in the left image
 /// @param offset where the target begins in the right image
-/// @return nothing when the best place is at the edge of the part, so that the true one may lie beyond
+/// @return nothing when the part is too small
 std::optional<Place> search(const cv::Mat& patch, const CorrelationTarget& target, const cv::Rect& part,
                             const cv::Point& origin, const cv::Point& offset)
 {
@@ -65,13 +66,13 @@ std::optional<Place> search(const cv::Mat& patch, const CorrelationTarget& targe
     Place place{};
     cv::Point peak;
     cv::minMaxLoc(scores, nullptr, &place.score, nullptr, &peak);
-    if (!isInside(squareAround(peak, 1), scores)) {
-        return std::nullopt;
+    place.isAtEdge = !isInside(squareAround(peak, 1), scores);
+    if (!place.isAtEdge) {
+        const auto at = [&](int x, int y) { return scores.at<float>(peak.y + y, peak.x + x); };
+        const cv::Point found = offset + part.tl() + peak - origin;
+        place.shift = {found.x + interpolatePeak(at(-1, 0), at(0, 0), at(1, 0)),
+                       found.y + interpolatePeak(at(0, -1), at(0, 0), at(0, 1))};
     }
-    const auto at = [&](int x, int y) { return scores.at<float>(peak.y + y, peak.x + x); };
-    const cv::Point found = offset + part.tl() + peak - origin;
-    place.shift = {found.x + interpolatePeak(at(-1, 0), at(0, 0), at(1, 0)),
-                   found.y + interpolatePeak(at(0, -1), at(0, 0), at(0, 1))};
     constexpr int samePeak = 2; // px
     scores(squareAround(peak, samePeak) & cv::Rect({0, 0}, scores.size())).setTo(-1);
     cv::minMaxLoc(scores, nullptr, &place.second);
@@ -125,7 +126,7 @@ std::optional<cv::Point2d> refine(const cv::Mat& left, const cv::Mat& right, con
     }
     const auto place = search(
         left(patch), CorrelationTarget(right(part)), cv::Rect({0, 0}, part.size()), patch.tl(), part.tl());
-    return place && place->score >= similar ? std::optional(place->shift) : std::nullopt;
+    return place && !place->isAtEdge && place->score >= similar ? std::optional(place->shift) : std::nullopt;
 }
 
 /// The same place in an image of another size; whole numbers are the centres of pixels.
@@ -174,7 +175,7 @@ FeatureMatches matchCorners(const Pyramids& images, int most)
         }
         if (!isUnique(*place)) {
             ++result.ambiguous;
-        } else if (const auto match = refine(images, corner, *place)) {
+        } else if (const auto match = place->isAtEdge ? std::nullopt : refine(images, corner, *place)) {
             result.matches.push_back(*match);
         }
     }
@@ -209,7 +210,7 @@ std::optional<FeatureMatch> matchPoint(const cv::Mat& left, const cv::Mat& right
     const Pyramids images(left, right, usualWidth);
     const cv::Point coarse = enlarge(point, left, images.left.back());
     const auto place = searchEverywhere(images, coarse);
-    return place && isUnique(*place) ? refine(images, coarse, *place) : std::nullopt;
+    return place && isUnique(*place) && !place->isAtEdge ? refine(images, coarse, *place) : std::nullopt;
 }
 
 } // namespace vision::toolkit
