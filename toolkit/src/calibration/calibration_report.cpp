@@ -233,27 +233,41 @@ void addReasons(const OutlierRejection& kept, const BoardSearch& search, const C
     }
 }
 
-std::vector<const BoardView*> listViews(const OutlierRejection& kept)
+/// As they were found: what was repaired one by one hides what all have in common.
+std::vector<const BoardView*> listViews(const BoardSearch& search)
 {
     std::vector<const BoardView*> views;
-    for (const FittedView& view : kept.views) {
-        views.push_back(&view.view);
+    for (const PairDetection& pair : search.pairs) {
+        if (!pair.view.empty()) {
+            views.push_back(&pair.view);
+        }
     }
     return views;
+}
+
+/// One camera of most pairs had to be turned back.
+bool areMostTurned(const OutlierRejection& kept)
+{
+    return 2 * std::count_if(kept.views.begin(), kept.views.end(), [](const FittedView& view) {
+                   return view.isLeftTurned != view.isRightTurned;
+               }) >
+           static_cast<std::ptrdiff_t>(kept.views.size());
 }
 
 void fit(const BoardSearch& search, const CalibrationOptions& options, CalibrationReport& report)
 {
     OutlierRejection kept = rejectOutliers(search, options.lens);
     const bool isPoor = !kept.isStable || holdOnlyAlone(kept.fit);
-    if (isPoor || !canBeTurned(search.board)) {
-        const auto cause =
-            findChangedCamera(listViews(kept), search.imageSize, search.board, options.lens, kept.fit);
-        if (cause) {
-            refuse(*cause, report);
-            leaveOut(report);
-            return;
-        }
+    const auto cause = findChangedCamera(listViews(search),
+                                         search.imageSize,
+                                         search.board,
+                                         options.lens,
+                                         kept.fit,
+                                         isPoor || areMostTurned(kept));
+    if (cause) {
+        refuse(*cause, report);
+        leaveOut(report);
+        return;
     }
     if (isAstray(kept.fit, search.imageSize)) {
         refuse({"not-determined",

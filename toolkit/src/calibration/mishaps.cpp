@@ -149,15 +149,20 @@ std::vector<bool> findSwapped(const std::vector<const BoardView*>& views, const 
 }
 
 std::optional<Note> findChangedCamera(const std::vector<const BoardView*>& views, const cv::Size& imageSize,
-                                      const Board& board, const LensModel& lens, const PairFit& fit)
+                                      const Board& board, const LensModel& lens, const PairFit& fit,
+                                      bool isPoor)
 {
     constexpr double quarterTurn = 45; // degrees of roll from which on it is no crooked mounting
     constexpr double halfTurn = 135;
     const double roll = findRoll(fit);
-    if (!canBeTurned(board)) { // then the order of the points tells how the camera stood
-        return roll > halfTurn      ? std::optional(describe(ImageChange::Turned))
-               : roll > quarterTurn ? std::optional(describe(ImageChange::TurnedRight))
-                                    : std::nullopt;
+    if (roll > halfTurn) {
+        return describe(ImageChange::Turned);
+    }
+    if (roll > quarterTurn) {
+        return describe(ImageChange::TurnedRight);
+    }
+    if (!isPoor || !canBeTurned(board)) { // the order of numbered points tells all by itself
+        return std::nullopt;
     }
     constexpr std::size_t enough = 12;
     constexpr double farBetter = 0.3;

@@ -20,9 +20,12 @@ std::vector<bool> findSwapped(const std::vector<const BoardView*>& views, const 
                               const PairFit& fit);
 
 /// Why all views together give no rig, if all images of one camera were turned or mirrored.
-/// @param fit of them, which is poor
+/// @param views as they were found
+/// @param fit of them
+/// @param isPoor whether that fit leaves something to explain
 std::optional<Note> findChangedCamera(const std::vector<const BoardView*>& views, const cv::Size& imageSize,
-                                      const Board& board, const LensModel& lens, const PairFit& fit);
+                                      const Board& board, const LensModel& lens, const PairFit& fit,
+                                      bool isPoor);
 
 /// The share of the squared residuals that goes when rows are taken to be exposed one after the other while
 /// the board moves: what is near 1 has that cause, and what is small has another one.
