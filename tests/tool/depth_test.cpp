@@ -216,7 +216,7 @@ TEST_F(Depth, PrintsJsonAndKeepsParameters)
             AllOf(HasSubstr("stereovision: error: "), Not(HasSubstr("wrote"))),
             "");
     }
-    run("plane --skip-existing --window 9 --force --save-params p.json; cat p.json",
+    run("plane --skip-existing --algorithm bm --window 9 --force --save-params p.json; cat p.json",
         0,
         "",
         HasSubstr("\"window\": 9"));
@@ -273,9 +273,9 @@ TEST_F(Depth, GoesOnAfterAnImageThatFails)
     const auto complains = AllOf(HasSubstr("missing.png: "),
                                  HasSubstr("empty.png: is empty"),
                                  HasSubstr("cut.png: the image is damaged"),
-                                 HasSubstr("cut-off.jpg: the image is damaged"),
-                                 HasSubstr("wide.png: "),
-                                 HasSubstr("high.png is 320 x 300"));
+                                 HasSubstr("cut-off.jpg: is 640 x 480, larger"),
+                                 HasSubstr("wide.png: is 640 x 480, larger"),
+                                 HasSubstr("high.png: is 320 x 300"));
     run(prepare + names + partners, 2, complains);
     EXPECT_EQ(listOutput(), "");
     run(prepare + names + "l.png " + partners + "r.png", 1, complains);
@@ -341,15 +341,16 @@ TEST_F(Depth, SaysWhatToChangeAndWritesNothing)
         {"plane --max-depth 0", "--max-depth"},
         {"plane --max-depth m", "--max-depth"},
         {"plane --max-depth nan", "nan"},
-        {"plane --algorithm bm --p1 5", "p1"},
-        {"plane --window 4", "window 4"},
+        {"plane --algorithm bm --trust high", "belongs to sgm"},
+        {"plane --window 9", "belongs to bm and sgbm"},
+        {"plane --algorithm bm --window 4", "window: 4"},
         {"plane --disparities 20", "multiple of 16"},
         {"plane --min-disparity -321", "smallest disparity"},
-        {"plane --prefilter-cap 64", "prefilter cap 64"},
-        {"plane --speckle-range 32", "speckle range 32"},
-        {"plane --speckle-window 1001", "speckle window 1001"},
-        {"plane --uniqueness 101", "uniqueness 101"},
-        {"plane --p2 -1", "p2 -1"},
+        {"plane --algorithm bm --prefilter-cap 64", "prefilter cap: 64"},
+        {"plane --algorithm sgbm --speckle-range 32", "speckle range: 32"},
+        {"plane --speckle-window 1001", "speckle window: 1001"},
+        {"plane --algorithm bm --uniqueness 101", "uniqueness: 101"},
+        {"plane --confidence 1.1", "--confidence"},
         {"plane --colour", "--colour"},
         {"depth --left text.avi --side-by-side", "text.avi: cannot open the video"},
     };

@@ -49,7 +49,7 @@ TEST_F(Tool, ExplainsItself)
     const std::pair<const char*, const char*> rows[] = {{"tool", "check, convert"},
                                                         {"tool measure", "check, convert"},
                                                         {"plane --window x", "odd, 5 to 255"},
-                                                        {"tool evaluate a b --scale x", "above 0"}};
+                                                        {"tool evaluate a b --scale x", "from 1e-06 to 1000000"}};
     for (const auto& [command, allowed] : rows) {
         run(command, 2, AllOf(testing::StartsWith("stereovision: error: "), HasSubstr(allowed)), "");
     }

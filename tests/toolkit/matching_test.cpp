@@ -119,9 +119,9 @@ TEST(Matcher, LeavesOutWhatIsLessCertain)
     pair.right += noise;
     const Matches all = match(pair, {0, 64}, {});
     MatcherSettings settings;
-    settings.leastConfidence = 0.8;
+    settings.leastConfidence = 0.97;
     const Matches certain = match(pair, {0, 64}, settings);
-    EXPECT_EQ(cv::countNonZero(findMatched(certain) != (findMatched(all) & (all.confidence >= 0.8))), 0);
+    EXPECT_EQ(cv::countNonZero(findMatched(certain) != (findMatched(all) & (all.confidence >= 0.97))), 0);
     EXPECT_LT(shareOf(findMatched(certain)), shareOf(findMatched(all)));
     EXPECT_EQ(cv::countNonZero((all.confidence > 0) & ~findMatched(all)), 0);
 }

@@ -164,7 +164,7 @@ TEST_F(Output, SaysWhatIsWrongWithADisparityFile)
     const std::pair<std::string, const char*> rows[] = {
         {"Pf\n2 2\n-1\n123456789012345", "15 bytes of pixels where its header promises 16"},
         {"Pf\n2 2\n-1\n12345678901234567", "17 bytes"},
-        {"Pf\n1000000 1000000\n-1\n1234", "cut off"}, // and needs no memory for it
+        {"Pf\n1000000 1000000\n-1\n1234", "megapixels"}, // and needs no memory for it
         {"Pf\n9999999999999 1\n-1\n1234", "header"},
         {"Pf\n2 -2\n-1\n1234567890123456", "header"},
         {"Pf\n2 2\n0\n1234567890123456", "header"},
@@ -172,7 +172,7 @@ TEST_F(Output, SaysWhatIsWrongWithADisparityFile)
         {"PF\n1 1\n-1\n123456789012", "three channels"},
         {whole.substr(0, whole.size() / 2), "damaged"},
         {png(CV_8UC3), "colour"},
-        {png(CV_8UC1), "--scale"},
+        {png(CV_8UC1), "how many px one level is"},
         {"", "empty"},
         {"depth", "not an image"},
     };

@@ -65,7 +65,7 @@ Notes judgeRows(const RowOffsets& rows, const RowOffsets& exchanged, bool isRect
     if (areBehind(rows) || fitExchanged(rows, exchanged)) {
         return {{"images-swapped", Severity::Wrong, "the left and the right image seem to be swapped"}};
     }
-    if (shareOf(rows.ambiguous, rows) > mostAmbiguous) {
+    if (isForeign(rows) && shareOf(rows.ambiguous, rows) > mostAmbiguous) {
         return {
             {"several-disparities-fit",
              fmt::format(
