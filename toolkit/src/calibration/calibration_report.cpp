@@ -177,7 +177,7 @@ void leaveOut(CalibrationReport& report)
 
 std::string formatBend(double bend, double deviation)
 {
-    return fmt::format("{:.1f} +- {:.1f} mm", 1000 * std::abs(bend), 1000 * deviation);
+    return fmt::format("{:.2f} +- {:.2f} mm", 1000 * std::abs(bend), 1000 * deviation);
 }
 
 /// Takes the bend of the board into account when it is significant.
