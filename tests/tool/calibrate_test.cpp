@@ -82,7 +82,7 @@ TEST_F(Calibrate, SkipsPairsThatCannotBeUsed)
             " --right images/right0[1-7].jpg moved.png images/right12.jpg images/home.jpg r.jpg"
             " images/box_in_scene.png",
             1,
-            AllOf(HasSubstr("broken.jpg: "), HasSubstr("box.png is "), HasSubstr("fruits.jpg")),
+            AllOf(HasSubstr("broken.jpg: "), HasSubstr("box.png and "), HasSubstr("fruits.jpg")),
             AllOf(HasSubstr("pairs used: 7 of 12\n"),
                   HasSubstr("right12.jpg: does not fit"),
                   HasSubstr("moved.png: does not fit")));

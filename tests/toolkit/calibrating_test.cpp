@@ -146,7 +146,7 @@ const Session sessions[] = {
      },
      Verdict::Refused,
      "pairs-do-not-fit",
-     9},
+     13},
     {"SwappedSides",
      [](auto& pairs) {
          for (PairDetection& pair : pairs) {

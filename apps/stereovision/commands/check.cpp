@@ -10,6 +10,7 @@
 #include <vision/toolkit/check/check_report.h>
 #include <vision/toolkit/check/correction.h>
 #include <vision/toolkit/failure.h>
+#include <vision/toolkit/records/inspection.h>
 #include <vision/toolkit/records/calibration_pair.h>
 
 #include <fmt/format.h>
@@ -49,6 +50,9 @@ Checks checkPairs(PairSequence& pairs, const CalibrationPair& calibrations, cons
                   Console& console)
 {
     Checks checks;
+    if (!findPairFaults(calibrations.left, calibrations.right).empty()) {
+        return checks; // they are judged without any pair
+    }
     console.startProgress("checking pairs", pairs.size());
     for (std::size_t pair = 0; pair < pairs.size(); ++pair) {
         try {

@@ -25,6 +25,11 @@ std::optional<BentFit> fitBentBoard(const std::vector<const BoardView*>& views, 
                                     const LensModel& lens, const PairFit& fit, double repeats)
 {
     constexpr int mostSteps = 8;
+    // Of fewer views, what they have in common by chance looks like a bend, and takes the focal length with it.
+    constexpr std::size_t fewest = 10;
+    if (views.size() < fewest) {
+        return std::nullopt;
+    }
     // Of flat boards, what the residuals of real corners have in common looks like a bend of two or three
     // deviations; what is below five moves the focal length by less than its own deviation.
     constexpr double significant = 5;

@@ -121,7 +121,7 @@ void requireUsable(const RawPair& pair, const PairNames& names)
     requireUsable(pair.left, names.left);
     requireUsable(pair.right, names.right);
     if (pair.left.size() != pair.right.size()) {
-        throw Failure("sizes-differ",
+        throw Failure("image-sizes-differ",
                       names.left + " and " + names.right,
                       "are " + formatSize(pair.left.size()) + " and " + formatSize(pair.right.size()) +
                           ": both images of a pair must have the same size");
