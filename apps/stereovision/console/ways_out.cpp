@@ -37,7 +37,6 @@ const std::map<std::string, std::string>& waysOut()
         {"sizes-differ", calibrate},
         {"focal-lengths-differ", calibrate},
         {"principal-points-differ", calibrate},
-        {"rows-differ", calibrate},
         {"calibration-missing", calibrate},
         {"broken-calibration", calibrate},
         {"foreign-calibration", "'stereovision convert' does it, with both cameras' files if there are two"},
@@ -53,6 +52,14 @@ const std::map<std::string, std::string>& waysOut()
         {"rectified-geometry", "see --focal, --baseline, --doffs, --cx and --cy"},
 
         // matching and depth
+        {"window-unfit", "see --window"},
+        {"even-window", "see --window and --algorithm sgbm"},
+        {"search-unfit", "see --disparities, --window, --min-disparity and --max-depth"},
+        {"too-many-disparities", "--resize 0.5 halves them"},
+        {"range-not-found", "see --near and --far"},
+        {"few-matches", "see --left and --right"},
+        {"beyond-largest-depth", "see --max-depth"},
+        {"same-names", "see --output"},
 
         // features
         {"images-swapped", "exchange --left and --right"},

@@ -10,6 +10,4 @@ Failure::Failure(const std::string& code, const std::string& subject, const std:
 {
 }
 
-Failure::Failure(const std::string& text) : Failure("failure", {}, text) {}
-
 } // namespace vision::toolkit

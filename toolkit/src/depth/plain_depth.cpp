@@ -4,6 +4,7 @@
 
 #include <vision/toolkit/failure.h>
 
+#include <fmt/format.h>
 #include <opencv2/calib3d.hpp>
 #include <opencv2/core.hpp>
 
@@ -39,27 +40,44 @@ Search adaptSearch(const Stereo& stereo, int scale)
 /// The matchers fail or read beyond their buffers when a block or the search does not fit into the image.
 void requireFittingSearch(const Stereo& stereo, const Search& search, const cv::Size& image)
 {
-    const std::string images = "for images of " + formatSize(image) + " ";
+    const std::string images = "images of " + formatSize(image);
     const bool isBlockMatcher = stereo.getStereoAlgorithm() == Stereo::BM;
     const int smallest = isBlockMatcher ? 5 : 1; // px, that the matcher takes
     if (search.block < smallest || search.block >= image.height) {
-        throw Failure(images + "the blocks would be " + std::to_string(search.block) + " px, which is too " +
-                      (search.block < smallest ? "small: choose a larger" : "large: choose a smaller") +
-                      " --window (" + std::to_string(stereo.getWindowSize()) + ")");
+        throw Failure("window-unfit",
+                      "window",
+                      fmt::format("{} gives blocks of {} px in {}, which is too {}",
+                                  stereo.getWindowSize(),
+                                  search.block,
+                                  images,
+                                  search.block < smallest ? "small: choose a larger one"
+                                                          : "large: choose a smaller one"));
     }
     if (isBlockMatcher && search.block % 2 == 0) {
         throw Failure(
-            images + "the block matcher would get blocks of " + std::to_string(search.block) +
-            " px (--window less " + std::to_string(search.scale) +
-            "), which must be odd: use --algorithm sgbm or images 1/2, 1/4 ... as wide as the calibration");
+            "even-window",
+            "window",
+            fmt::format(
+                "{} less {} gives blocks of {} px in {}, which must be odd for the block matcher: use "
+                "the other one, or images 1/2, 1/4 ... as wide as the calibration",
+                stereo.getWindowSize(),
+                search.scale,
+                search.block,
+                images));
     }
     const std::int64_t reach =
         std::int64_t{search.block} + search.disparities + std::max(search.minDisparity, 0);
     if (reach >= image.width) {
-        throw Failure(images + "the search does not fit: lower --disparities (" +
-                      std::to_string(stereo.getDisparityNumber()) + "), --window (" +
-                      std::to_string(stereo.getWindowSize()) + ") or --min-disparity (" +
-                      std::to_string(stereo.getMinDisparity()) + "), or raise --max-depth");
+        throw Failure(
+            "search-unfit",
+            {},
+            fmt::format(
+                "the search does not fit into {}: lower the number of disparities ({}), the window ({}) "
+                "or the smallest disparity ({}), or raise the largest depth",
+                images,
+                stereo.getDisparityNumber(),
+                stereo.getWindowSize(),
+                stereo.getMinDisparity()));
     }
 }
 

@@ -13,7 +13,7 @@ namespace {
 void require(bool holds, const char* text)
 {
     if (!holds) {
-        throw Failure(text);
+        throw Failure("range-settings", {}, text);
     }
 }
 

@@ -15,11 +15,14 @@ void requireFittingSize(const cv::Size& image, const cv::Size& calibration)
     const std::string sizes =
         "the images are " + formatSize(image) + ", the calibration is for " + formatSize(calibration);
     if (image.width > calibration.width) {
-        throw Failure(sizes + ": scale them down to that size or calibrate at theirs");
+        throw Failure(
+            "larger-than-calibration", {}, sizes + ": scale them down to that size or calibrate at theirs");
     }
     if (std::int64_t{image.width} * calibration.height != std::int64_t{image.height} * calibration.width) {
-        throw Failure(sizes +
-                      ": the aspect ratio must be the same; use uncropped images of the calibrated cameras");
+        throw Failure(
+            "aspect-ratio",
+            {},
+            sizes + ": the aspect ratio must be the same; use uncropped images of the calibrated cameras");
     }
 }
 

@@ -15,13 +15,17 @@ void requirePlain(const DepthSettings& settings)
 {
     if (settings.matcher.algorithm == Algorithm::Sgm) {
         throw Failure(
+            "plain-settings",
+            {},
             "plain matching is that of the core library, which has bm and sgbm: choose one of them");
     }
     if (settings.matcher.dense) {
-        throw Failure("plain matching fills nothing: leave out either plain or dense");
+        throw Failure("plain-settings", {}, "plain matching fills nothing: leave out either plain or dense");
     }
     if (settings.range.nearest || settings.range.farthest) {
-        throw Failure("plain matching takes its range from the disparities and the largest depth: give these "
+        throw Failure("plain-settings",
+                      {},
+                      "plain matching takes its range from the disparities and the largest depth: give these "
                       "instead of the nearest and the farthest depth");
     }
 }
@@ -56,7 +60,9 @@ void configurePlain(vision::Stereo& stereo, const Rig& rig, const DepthSettings&
         // The largest depth gives the smallest disparity, which may then be replaced.
         setCalibrations(stereo, rig);
     } catch (const std::range_error&) {
-        throw Failure("points at the largest depth are outside the image for these calibrations; choose a "
+        throw Failure("largest-depth",
+                      {},
+                      "points at the largest depth are outside the image for these calibrations; choose a "
                       "larger one");
     }
     set(&Stereo::setMinDisparity, settings.range.minDisparity);

@@ -22,11 +22,12 @@ void requirePair(const RectifiedPair& pair)
 {
     if (pair.left.empty() || pair.left.dims > 2 || pair.left.size != pair.right.size ||
         pair.left.type() != CV_8UC1 || pair.right.type() != CV_8UC1) {
-        throw Failure("a pair to be matched must be two grey images (CV_8UC1) of the same size");
+        throw Failure(
+            "pair-type", {}, "a pair to be matched must be two grey images (CV_8UC1) of the same size");
     }
     for (const cv::Mat* mask : {&pair.leftValid, &pair.rightValid}) {
         if (!mask->empty() && (mask->size != pair.left.size || mask->type() != CV_8UC1)) {
-            throw Failure("the mask of an image must be CV_8UC1 and of its size");
+            throw Failure("mask-type", {}, "the mask of an image must be CV_8UC1 and of its size");
         }
     }
 }

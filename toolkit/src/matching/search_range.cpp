@@ -37,14 +37,18 @@ SearchRange coverDisparities(double lowest, double highest)
 void requireSearchable(const SearchRange& range)
 {
     if (range.disparities <= 0 || range.disparities % step != 0) {
-        throw Failure("the number of disparities is " + std::to_string(range.disparities) +
-                      ": it must be a positive multiple of 16");
+        throw Failure("disparities",
+                      {},
+                      "the number of disparities is " + std::to_string(range.disparities) +
+                          ": it must be a positive multiple of 16");
     }
     // Sums in 64 bits: a wrong range may not fit an int.
     const std::int64_t highest = std::int64_t{range.minDisparity} + range.disparities;
     if (range.minDisparity < 1 - largestDisparity || highest > largestDisparity) {
-        throw Failure("disparities from " + std::to_string(range.minDisparity) + " to " +
-                      std::to_string(highest - 1) + " px cannot be searched: make the images smaller");
+        throw Failure("disparities",
+                      {},
+                      "disparities from " + std::to_string(range.minDisparity) + " to " +
+                          std::to_string(highest - 1) + " px cannot be searched: make the images smaller");
     }
 }
 
@@ -55,10 +59,12 @@ SearchRange toSearchRange(const DisparityRange& span, int width)
     const double lowest = std::max(std::floor(span.lowest * factor), -most);
     const double highest = std::min(std::ceil(span.highest * factor), most);
     if (!(lowest <= highest)) {
-        throw Failure("disparities from " + fmt::format("{:.0f}", span.lowest * factor) + " to " +
-                      fmt::format("{:.0f}", span.highest * factor) + " px cannot be searched in images " +
-                      std::to_string(width) +
-                      " px wide: check the nearest and the farthest depth or disparity");
+        throw Failure("disparities",
+                      {},
+                      "disparities from " + fmt::format("{:.0f}", span.lowest * factor) + " to " +
+                          fmt::format("{:.0f}", span.highest * factor) + " px cannot be searched in images " +
+                          std::to_string(width) +
+                          " px wide: check the nearest and the farthest depth or disparity");
     }
     return coverDisparities(lowest, highest);
 }

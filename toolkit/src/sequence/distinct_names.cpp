@@ -13,9 +13,11 @@ void requireDistinctNames(const PairSequence& pairs)
     for (std::size_t pair = 0; pair < pairs.size(); ++pair) {
         const auto [first, isNew] = places.emplace(pairs.name(pair), pair);
         if (!isNew) {
-            throw Failure(pairs.images(first->second).left + " and " + pairs.images(pair).left +
-                          " would both write files called " + first->first +
-                          "-...: process them one by one with different --output folders");
+            throw Failure("same-names",
+                          {},
+                          pairs.images(first->second).left + " and " + pairs.images(pair).left +
+                              " would both write files called " + first->first +
+                              "-...: process them one by one into different folders");
         }
     }
 }

@@ -19,7 +19,6 @@ public:
     /// @param text for people, without the subject and without a full stop at the end
     Failure(const std::string& code, const std::string& subject, const std::string& text);
 
-    explicit Failure(const std::string& text); // TODO: goes when every room has codes
     explicit Failure(Note note);
 
     /// The same as a note; its text follows the subject in what().
