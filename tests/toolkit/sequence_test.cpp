@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "parallel/run.h"
 
+#include <vision/toolkit/failure.h>
 #include <vision/toolkit/sequence/shard.h>
 
 #include <gtest/gtest.h>
@@ -116,6 +117,9 @@ TEST(Sequence, IsCoveredByItsShards)
     EXPECT_EQ(all[1], 4U);
     std::sort(all.begin(), all.end());
     EXPECT_EQ(all, countTo(10));
+    for (const Shard wrong : {Shard{1, 0}, {0, 3}, {4, 3}}) {
+        EXPECT_THROW((void)selectShard(10, wrong), Failure);
+    }
 }
 
 } // namespace

@@ -52,6 +52,7 @@ const std::map<std::string, std::string>& waysOut()
         {"rectified-geometry", "see --focal, --baseline, --doffs, --cx and --cy"},
 
         // matching and depth
+        {"no-confidence", "leave out --algorithm, or confidence from --write"},
         {"window-unfit", "see --window"},
         {"even-window", "see --window and --algorithm sgbm"},
         {"search-unfit", "see --disparities, --window, --min-disparity and --max-depth"},

@@ -35,6 +35,7 @@ const std::vector<Description>& describeAll()
         {Product::Points, "points-ply", {"-points.ply"}, true},
         {Product::Rectified, "rectified", {"-rectified-left.png", "-rectified-right.png"}},
         {Product::RectifiedRows, "rectified-rows", {"-rectified.png"}},
+        {Product::Confidence, "confidence", {"-confidence.tiff"}},
         {Product::LevelPicture, "level-picture", {"-level.png"}},
     };
     return all;

@@ -72,6 +72,11 @@ std::vector<Bytes> Encoder::encode(Product product)
         return {encodePng(pair.rectifiedLeft), encodePng(pair.rectifiedRight)};
     case Product::RectifiedRows:
         return {encodePng(drawRectifiedRows(pair.left, pair.right))};
+    case Product::Confidence:
+        if (pair.confidence.empty()) {
+            throw Failure("no-confidence", {}, "only the semi-global matcher (sgm) gives a confidence");
+        }
+        return {encodeDisparityTiff(pair.confidence)};
     case Product::LevelPicture:
         return {encodePng(drawLevels(getLevels(), pair.unsearched))};
     }

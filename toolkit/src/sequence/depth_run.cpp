@@ -90,6 +90,7 @@ PairResults gatherResults(const PairReport& report, const DepthResult& depth, co
     }
     results.disparity = depth.disparity;
     results.unsearched = depth.unsearched;
+    results.confidence = depth.confidence;
     results.levels = depth.levels;
     results.points = depth.points;
     return results;

@@ -29,6 +29,7 @@ enum class Product
     Points,           ///< "points-ply": NAME-points.ply
     Rectified,        ///< "rectified": NAME-rectified-left.png and NAME-rectified-right.png
     RectifiedRows,    ///< "rectified-rows": NAME-rectified.png, for people
+    Confidence,       ///< "confidence": NAME-confidence.tiff, 0 to 1; of sgm only
     LevelPicture,     ///< "level-picture": NAME-level.png, for people
 };
 
@@ -79,6 +80,7 @@ struct PairResults
     cv::Mat disparity;      ///< `CV_32FC1`, px; +infinity where nothing was matched
     cv::Mat unsearched;     ///< `CV_8UC1`, not 0 where the matcher cannot search; empty when not known
     cv::Mat levels;         ///< `CV_8UC1` as for drawLevels(); empty when all was matched at full size
+    cv::Mat confidence;     ///< `CV_32FC1`, 0 to 1; empty without
     cv::Mat points;         ///< `CV_32FC3`, m, (0, 0, 0) where none can be trusted; empty without depths
 };
 

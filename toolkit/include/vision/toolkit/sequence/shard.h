@@ -17,6 +17,7 @@ struct Shard
 };
 
 /// The items of a shard: every count-th one, so that all shards see all parts of a sequence.
+/// @throws Failure unless the number is from 1 to the count
 VISION_TOOLKIT_EXPORT std::vector<std::size_t> selectShard(std::size_t items, const Shard& shard);
 
 } // namespace vision::toolkit
