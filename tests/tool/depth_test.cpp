@@ -296,7 +296,7 @@ TEST_F(Depth, SaysWhatToChangeAndWritesNothing)
 {
     const std::pair<std::string, std::string> rows[] = {
         {"tool depth", "required"},
-        {"plane --plain --algorithm bm --disparities 320", "lower --disparities"},
+        {"plane --plain --algorithm bm --disparities 320", "see --disparities"},
         {"plane --plain --algorithm bm --resize 0.5 --window 5", "larger one; see --window"},
         {"plane --plain --algorithm bm --window 255", "smaller one; see --window"},
         {"plane --plain --algorithm bm --resize 0.3", "sgbm"},

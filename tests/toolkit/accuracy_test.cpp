@@ -25,7 +25,7 @@ TEST(Accuracy, OfTheDefaultsHoldsOverPhotographsOfAnySize)
     const TestSet aloe = loadAloe(STEREOVISION_IMAGE_DIR);
     const TestSet boards = loadBoards(STEREOVISION_IMAGE_DIR);
     for (const Aim& aim :
-         {Aim{Algorithm::Sgm, 0.835, 0.016, 0.78, 665, 3}, {Algorithm::Bm, 0.75, 0.03, 0.95, 610, 14}}) {
+         {Aim{Algorithm::Sgm, 0.835, 0.016, 0.78, 665, 4}, {Algorithm::Bm, 0.75, 0.03, 0.95, 610, 14}}) {
         vision::toolkit::MatcherSettings settings;
         settings.algorithm = aim.algorithm;
         const auto matchSet = [&](const TestSet& set) {

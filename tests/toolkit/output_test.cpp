@@ -63,7 +63,7 @@ namespace fs = std::filesystem;
 
 const std::string allNames =
     "disparity-picture,disparity-pfm,disparity-tiff,disparity-png16,depth-picture,depth-png16,"
-    "depth-tiff,points-ply,rectified,rectified-rows,level-picture";
+    "depth-tiff,points-ply,rectified,rectified-rows,confidence,level-picture";
 const std::string allFiles =
     "a-disparity.png a-disparity.pfm a-disparity.tiff a-disparity16.png a-depth.png a-depth16.png "
     "a-depth.tiff a-points.ply a-rectified-left.png a-rectified-right.png a-rectified.png a-level.png ";
