@@ -2,8 +2,8 @@
 /// Compares what calibrations state of themselves with the truth, on rigs and boards that are computed, and
 /// prints tables in Markdown.
 ///
-/// Usage: calibration_truth SESSIONS. Each rig is calibrated so many times, with the same views and other noise:
-/// what is stated is about these views, and others determine other things well.
+/// Usage: calibration_truth SESSIONS. Each rig is calibrated so many times, with the same views and other
+/// noise: what is stated is about these views, and others determine other things well.
 #include "base/statistics.h"
 
 #include <vision/toolkit/calibration/calibration_report.h>
@@ -113,13 +113,15 @@ Corners see(const CameraFit& camera, const std::vector<cv::Point3d>& places, con
 bool isInside(const Corners& corners)
 {
     constexpr int border = 3; // px, more than noise
-    const cv::Rect2f inside(cv::Rect(border, border, imageSize.width - 2 * border, imageSize.height - 2 * border));
+    const cv::Rect2f inside(
+        cv::Rect(border, border, imageSize.width - 2 * border, imageSize.height - 2 * border));
     return std::all_of(corners.begin(), corners.end(), [&inside](const cv::Point2f& corner) {
         return inside.contains(corner);
     });
 }
 
-/// A view with the board anywhere in both images, a quarter to a half of them wide, tilted by up to 40 degrees.
+/// A view with the board anywhere in both images, a quarter to a half of them wide, tilted by up to 40
+/// degrees.
 BoardView takeView(const Rig& rig, const Truth& truth, cv::RNG& random)
 {
     const auto points = makePoints(rig.bow);

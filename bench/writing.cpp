@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-/// What it costs that the files of a pair are complete or absent and on the disk: the toolkit against plain streams.
+/// What it costs that the files of a pair are complete or absent and on the disk: the toolkit against plain
+/// streams.
 #include "measuring.h"
 
 #include <vision/toolkit/files/output_files.h>

@@ -14,8 +14,8 @@
 
 using namespace vision::toolkit;
 
-/// Reads the input, behind a byte that chooses how, as an image, a disparity image or a list of images. What comes
-/// of it is an image within the limits or a Failure that names the file.
+/// Reads the input, behind a byte that chooses how, as an image, a disparity image or a list of images. What
+/// comes of it is an image within the limits or a Failure that names the file.
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const support::ScratchFolder folder;

@@ -33,11 +33,16 @@ baseline: 8[23]N \+- 0.[01]N mm
 rectified focal length: 51[5-7]N px
 covered area: 4[234] % left, 4[234] % right
 valid area: (99|100) % left, (99|100) % right
-the board was seen 0.[23]N to 0.[34]N m away in 4[234] % of the left image; beyond, the calibration is extrapolated
-depth error at 0.5 m \(extrapolated\): [01].N mm from calibration \(95th percentile [012].N mm\), 1.4 mm from a quarter pixel of matching
-depth error at 1.0 m \(extrapolated\): [1-4].N mm from calibration \(95th percentile [2-9].N mm\), 5.6 mm from a quarter pixel of matching
-depth error at 2.0 m \(extrapolated\): N mm from calibration \(95th percentile N mm\), 22.[4-6] mm from a quarter pixel of matching
-depth error at 5.0 m \(extrapolated\): N mm from calibration \(95th percentile N mm\), 14[0-2]N mm from a quarter pixel of matching
+the board was seen 0.[23]N to 0.[34]N m away in 4[234] % of the left image; )"
+    R"(beyond, the calibration is extrapolated
+depth error at 0.5 m \(extrapolated\): [01].N mm from calibration \(95th percentile [012].N mm\), )"
+    R"(1.4 mm from a quarter pixel of matching
+depth error at 1.0 m \(extrapolated\): [1-4].N mm from calibration \(95th percentile [2-9].N mm\), )"
+    R"(5.6 mm from a quarter pixel of matching
+depth error at 2.0 m \(extrapolated\): N mm from calibration \(95th percentile N mm\), )"
+    R"(22.[4-6] mm from a quarter pixel of matching
+depth error at 5.0 m \(extrapolated\): N mm from calibration \(95th percentile N mm\), )"
+    R"(14[0-2]N mm from a quarter pixel of matching
 verdict: good
 wrote out/left.yml
 wrote out/right.yml

@@ -19,7 +19,8 @@ trend from the first to the last pair: N px
 row offset by region: N px, N px, N px
                       N px, N px, N px
                       N px, N px, N px
-change of the right camera: pitch N \+- N, yaw N \+- N, roll N \+- N degrees, zoom N \+- N % \(yaw is poorly .*
+change of the right camera: pitch N \+- N, yaw N \+- N, roll N \+- N degrees, )"
+                                    R"(zoom N \+- N % \(yaw is poorly .*
 square: (0.99|1.00)[0-9]{2} \+- 0.00[0-9]{2} of the given one, triangulated, in 6 pairs
 plane of the board: rms [12].[0-9]+ mm, absolute error -?[01].[0-9]+ mm, fill rate [56][0-9].[0-9] %
 )";

@@ -46,10 +46,11 @@ TEST_F(Tool, ExplainsItself)
         "");
     run("tool --version", 0, "", "stereovision " STEREOVISION_VERSION "\n");
     run("plane --verbose", 0, AllOf(HasSubstr("Load calibration file"), HasSubstr("Compute transforms")));
-    const std::pair<const char*, const char*> rows[] = {{"tool", "check, convert"},
-                                                        {"tool measure", "check, convert"},
-                                                        {"plane --window x", "odd, 5 to 255"},
-                                                        {"tool evaluate a b --scale x", "from 1e-06 to 1000000"}};
+    const std::pair<const char*, const char*> rows[] = {
+        {"tool", "check, convert"},
+        {"tool measure", "check, convert"},
+        {"plane --window x", "odd, 5 to 255"},
+        {"tool evaluate a b --scale x", "from 1e-06 to 1000000"}};
     for (const auto& [command, allowed] : rows) {
         run(command, 2, AllOf(testing::StartsWith("stereovision: error: "), HasSubstr(allowed)), "");
     }

@@ -107,7 +107,7 @@ TEST(CalibratingRig, KnowsHowTheBoardIsBent)
         const CalibrationResult& result = *report.result;
         const double deviation = result.uncertainty.cameras.left.focalLengthX;
         EXPECT_NEAR(result.fit.left.matrix.at<double>(0, 0), focalLength, 3 * deviation) << bow;
-        EXPECT_LT(deviation, 2); // px
+        EXPECT_LT(deviation, 2);                                 // px
         EXPECT_NEAR(result.fit.rms, 0.1 * std::sqrt(2.0), 0.02); // noise in x and y
     }
 }

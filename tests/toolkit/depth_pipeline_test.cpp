@@ -172,8 +172,8 @@ TEST_F(DepthOf, ASequenceHasOneRange)
         DepthPipeline pipeline(rig, {});
         EXPECT_TRUE(pipeline.needsDisparityRange());
         if (isSet) {
-            pipeline.setDisparityRange(join({*pipeline.findDisparityRange(raw),
-                                             *pipeline.findDisparityRange(near)}));
+            pipeline.setDisparityRange(
+                join({*pipeline.findDisparityRange(raw), *pipeline.findDisparityRange(near)}));
         }
         const SearchRange first = pipeline.compute(raw.left, raw.right).range;
         const SearchRange second = pipeline.compute(near.left, near.right).range;

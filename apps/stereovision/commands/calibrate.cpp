@@ -107,9 +107,8 @@ std::vector<fs::path> write(const CalibrationReport& report, const std::string& 
         saveCalibration(report.result->records.right, rightName, output);
     }
     output.write(reportName, json);
-    drawReport(report, pairs, [&output](const std::string& name, const Bytes& bytes) {
-        output.write(name, bytes);
-    });
+    drawReport(
+        report, pairs, [&output](const std::string& name, const Bytes& bytes) { output.write(name, bytes); });
     return output.commit();
 }
 

@@ -10,8 +10,8 @@
 #include <vision/toolkit/check/check_report.h>
 #include <vision/toolkit/check/correction.h>
 #include <vision/toolkit/failure.h>
-#include <vision/toolkit/records/inspection.h>
 #include <vision/toolkit/records/calibration_pair.h>
+#include <vision/toolkit/records/inspection.h>
 
 #include <fmt/format.h>
 

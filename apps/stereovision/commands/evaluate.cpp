@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "commands/commands.h"
+#include "options/named_file.h"
 #include "options/numbers.h"
 #include "options/pair_options.h"
-#include "options/named_file.h"
 
 #include <vision/toolkit/evaluation/evaluation.h>
 #include <vision/toolkit/failure.h>

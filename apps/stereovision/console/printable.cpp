@@ -14,7 +14,8 @@ unsigned char byteAt(const std::string& text, std::size_t at)
     return at < text.size() ? static_cast<unsigned char>(text[at]) : 0;
 }
 
-/// How many bytes the character at a place has; 0 when it is not to be shown. Terminals obey U+0080 to U+009F, too.
+/// How many bytes the character at a place has; 0 when it is not to be shown. Terminals obey U+0080 to
+/// U+009F, too.
 std::size_t countShown(const std::string& text, std::size_t at)
 {
     constexpr unsigned char afterSpace = 0x20, erase = 0x7F, afterControls = 0xA0;

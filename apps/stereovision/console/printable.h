@@ -6,8 +6,8 @@
 
 namespace tool {
 
-/// A text as a terminal can show it in one line: control characters, which names of files may hold, as \n, \x1b
-/// and so on, and likewise every byte that is not part of a UTF-8 character.
+/// A text as a terminal can show it in one line: control characters, which names of files may hold, as \n,
+/// \x1b and so on, and likewise every byte that is not part of a UTF-8 character.
 std::string toPrintable(const std::string& text);
 
 } // namespace tool

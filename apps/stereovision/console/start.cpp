@@ -15,8 +15,8 @@ void reserveStandardFiles()
         if (fcntl(file, F_GETFD) != -1) {
             continue;
         }
-        // The least free number is this one. Using it still fails, as it did: results that cannot be printed are
-        // an error.
+        // The least free number is this one. Using it still fails, as it did: results that cannot be printed
+        // are an error.
         const int mode = file == STDIN_FILENO ? O_WRONLY : O_RDONLY;
         if (open("/dev/null", mode) != file) {
             std::_Exit(EXIT_FAILURE);

@@ -6,7 +6,8 @@
 
 namespace tool {
 
-/// What the user of this program can do about a note of the library: "; " and the option or command, or nothing.
+/// What the user of this program can do about a note of the library: "; " and the option or command, or
+/// nothing.
 std::string wayOut(const std::string& code);
 
 } // namespace tool

@@ -15,7 +15,8 @@ enum class Unit
     MetresByDefault,
 };
 
-/// Makes an option take a length from 0.001mm to 1000000m such as "25mm", "2.5 cm" or "0.025m", and give metres.
+/// Makes an option take a length from 0.001mm to 1000000m such as "25mm", "2.5 cm" or "0.025m", and give
+/// metres.
 /// @return the option
 CLI::Option* takeLength(CLI::Option* option, Unit unit);
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// Numbers as options: decimal, read in full, and within limits. The parser of the command line takes octal and
-/// hexadecimal numbers, nan and what overflows.
+/// Numbers as options: decimal, read in full, and within limits. The parser of the command line takes octal
+/// and hexadecimal numbers, nan and what overflows.
 #ifndef TOOL_OPTIONS_NUMBERS_H
 #define TOOL_OPTIONS_NUMBERS_H
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// What was called otherwise in the version before. Old names are taken for one version, and a note tells the new
-/// one; then this goes.
+/// What was called otherwise in the version before. Old names are taken for one version, and a note tells the
+/// new one; then this goes.
 #ifndef TOOL_OPTIONS_OLD_NAMES_H
 #define TOOL_OPTIONS_OLD_NAMES_H
 
@@ -12,7 +12,8 @@
 
 namespace tool {
 
-/// The arguments of the program, the first of which is the command, with the names of options as they are now.
+/// The arguments of the program, the first of which is the command, with the names of options as they are
+/// now.
 std::vector<std::string> renewOptions(std::vector<std::string> arguments, Console& console);
 
 /// The name of a parameter (an option without its dashes) of `depth` as it is now.

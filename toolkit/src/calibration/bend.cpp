@@ -25,7 +25,8 @@ std::optional<BentFit> fitBentBoard(const std::vector<const BoardView*>& views, 
                                     const LensModel& lens, const PairFit& fit, double repeats)
 {
     constexpr int mostSteps = 8;
-    // Of fewer views, what they have in common by chance looks like a bend, and takes the focal length with it.
+    // Of fewer views, what they have in common by chance looks like a bend, and takes the focal length with
+    // it.
     constexpr std::size_t fewest = 10;
     if (views.size() < fewest) {
         return std::nullopt;

@@ -248,9 +248,9 @@ std::vector<const BoardView*> listViews(const BoardSearch& search)
 /// One camera of most pairs had to be turned back.
 bool areMostTurned(const OutlierRejection& kept)
 {
-    return 2 * std::count_if(kept.views.begin(), kept.views.end(), [](const FittedView& view) {
-                   return view.isLeftTurned != view.isRightTurned;
-               }) >
+    return 2 * std::count_if(kept.views.begin(),
+                             kept.views.end(),
+                             [](const FittedView& view) { return view.isLeftTurned != view.isRightTurned; }) >
            static_cast<std::ptrdiff_t>(kept.views.size());
 }
 

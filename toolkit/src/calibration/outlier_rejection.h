@@ -38,8 +38,8 @@ struct OutlierRejection
 /// fit: the worst one first, then all is fitted anew, until every view fits. At most a third of the views is
 /// dropped, besides those with left and right exchanged and those that show the same image twice.
 ///
-/// With many views, a few that are spread evenly are fitted first; the others are then judged by their fit. Of
-/// very many that fit, a part that is spread evenly is enough for the last fit.
+/// With many views, a few that are spread evenly are fitted first; the others are then judged by their fit.
+/// Of very many that fit, a part that is spread evenly is enough for the last fit.
 /// @param search with at least one view that does not show the same image twice
 /// @throws cv::Exception when the views determine nothing
 OutlierRejection rejectOutliers(const BoardSearch& search, const LensModel& lens);

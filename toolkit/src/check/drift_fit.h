@@ -31,10 +31,10 @@ struct DriftFit
 
 /// Fits a rotation and a zoom of the right camera to matches of many rectified pairs.
 ///
-/// Turning the right camera by w moves the ray (x, y, 1) by w x (x, y, 1), and a zoom s by s (x, y), so its row by
-/// f (w_z x - w_x (1 + y^2) + w_y x y + s y): linear least squares with weights (Tukey's) against wrong matches.
-/// Errors of one pair go together (things of one scene, one board); so uncertainties are those of pairs as a
-/// whole where these are larger than those of single matches.
+/// Turning the right camera by w moves the ray (x, y, 1) by w x (x, y, 1), and a zoom s by s (x, y), so its
+/// row by f (w_z x - w_x (1 + y^2) + w_y x y + s y): linear least squares with weights (Tukey's) against
+/// wrong matches. Errors of one pair go together (things of one scene, one board); so uncertainties are those
+/// of pairs as a whole where these are larger than those of single matches.
 /// @param right its rectified projection gives f and the principal point; of the size of the matched images
 /// @return nothing for fewer than 20 matches, or all in one place
 std::optional<DriftFit> fitDrift(const MatchesOfPairs& pairs, const Calibration& right);

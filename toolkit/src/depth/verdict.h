@@ -6,8 +6,8 @@
 
 namespace vision::toolkit {
 
-/// What the matches of a pair say about the way it was computed: "range-ends-too-early", "range-starts-too-late",
-/// "few-matches", "beyond-largest-depth".
+/// What the matches of a pair say about the way it was computed: "range-ends-too-early",
+/// "range-starts-too-late", "few-matches", "beyond-largest-depth".
 Notes judge(const DepthResult& depth);
 
 } // namespace vision::toolkit

@@ -13,8 +13,9 @@ namespace {
 
 constexpr int width = CorrelationTarget::widestPatch;
 
-/// The rows of a patch, filled up with zeros, and its moments. All sums of at most 16 x 16 values of a byte, and what
-/// is made of them below, fit into 32 bits; overflow on the way is that of unsigned numbers and cancels out.
+/// The rows of a patch, filled up with zeros, and its moments. All sums of at most 16 x 16 values of a byte,
+/// and what is made of them below, fit into 32 bits; overflow on the way is that of unsigned numbers and
+/// cancels out.
 struct Patch
 {
     explicit Patch(const cv::Mat& image) : size(image.size())

@@ -13,8 +13,8 @@
 
 namespace vision::toolkit {
 
-/// The right image against the left one, around matching points, so that it does not matter what only one of them sees:
-/// right = gain * left + offset.
+/// The right image against the left one, around matching points, so that it does not matter what only one of
+/// them sees: right = gain * left + offset.
 struct PhotometricDifference
 {
     double gain = 1;
@@ -25,8 +25,9 @@ struct PhotometricDifference
     std::size_t points = 0;
 };
 
-/// Compares patches of 15 px around matching points: the gain is the median ratio of their contrasts, the sharpness that
-/// of the energy of vertical derivatives over contrast (slanted surfaces change horizontal ones).
+/// Compares patches of 15 px around matching points: the gain is the median ratio of their contrasts, the
+/// sharpness that of the energy of vertical derivatives over contrast (slanted surfaces change horizontal
+/// ones).
 /// @param left,right rectified, `CV_8UC1`
 PhotometricDifference comparePhotometry(const cv::Mat& left, const cv::Mat& right,
                                         const FeatureMatches& features);

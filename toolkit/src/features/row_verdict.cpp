@@ -40,8 +40,8 @@ double shareOf(std::size_t part, const RowOffsets& rows)
     return static_cast<double>(part) / static_cast<double>(rows.features);
 }
 
-/// Whether exchanging the images makes clearly more of them fit. (Where one is blurred, a few features more may fit by
-/// chance.)
+/// Whether exchanging the images makes clearly more of them fit. (Where one is blurred, a few features more
+/// may fit by chance.)
 bool fitExchanged(const RowOffsets& rows, const RowOffsets& exchanged)
 {
     constexpr std::size_t clearly = 3; // times as many

@@ -13,8 +13,10 @@ namespace vision::toolkit {
 bool isForeign(const RowOffsets& rows);
 
 /// What is wrong with the rows of a pair:
-/// - "images-swapped" (wrong): the features lie behind the cameras, or are found once left and right are exchanged
-/// - "several-disparities-fit" (doubtful): most features fit several places equally well, as in repeated patterns
+/// - "images-swapped" (wrong): the features lie behind the cameras, or are found once left and right are
+///   exchanged
+/// - "several-disparities-fit" (doubtful): most features fit several places equally well, as in repeated
+///   patterns
 /// - "images-do-not-correspond" (wrong): hardly any feature is found in both images
 /// - "rows-differ" (doubtful): the rows are off by more than half a pixel, or by different amounts;
 ///   "not-rectified" when no calibration had a part in it

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 /// @file
-/// How results are kept until they have their names, so that whatever kills a run, the next one knows what to do
-/// with what it finds in the folder of results:
+/// How results are kept until they have their names, so that whatever kills a run, the next one knows what to
+/// do with what it finds in the folder of results:
 /// - `.unfinished-ID/`: not complete, to be removed;
 /// - `.finishing-ID/` and `.replacing-ID/`: complete. Every file in it is to be moved out, of the latter over
 ///   what is there;

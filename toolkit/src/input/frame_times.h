@@ -19,8 +19,8 @@ std::vector<std::size_t> numberFrames(const std::vector<double>& times);
 /// What a video says of its length; anything that makes no sense is taken for nothing.
 struct StatedLength
 {
-    bool
-        isCounted; ///< the number of frames is exact; otherwise it comes from the time, which sound may extend
+    /// The number of frames is exact; otherwise it comes from the time, which sound may extend.
+    bool isCounted;
     double frames;
     double perSecond;
 };

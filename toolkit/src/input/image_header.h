@@ -20,8 +20,8 @@ struct ImageHeader
     std::uint64_t pixels() const;
 };
 
-/// Reads the header of a PNG, JPEG, TIFF, BMP, PNM, WebP, JPEG 2000 or Sun raster file: of all formats that are
-/// decoded, since a few bytes can ask for gigabytes.
+/// Reads the header of a PNG, JPEG, TIFF, BMP, PNM, WebP, JPEG 2000 or Sun raster file: of all formats that
+/// are decoded, since a few bytes can ask for gigabytes.
 /// @return nothing for any other format and for a header that is cut off or damaged
 std::optional<ImageHeader> readImageHeader(const std::vector<unsigned char>& bytes);
 

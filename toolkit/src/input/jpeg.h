@@ -16,8 +16,8 @@ ImageHeader readJpegHeader(const std::vector<unsigned char>& bytes);
 
 /// Decodes a grey or colour image, to the same values as cv::imdecode.
 /// @return `CV_8UC1` or `CV_8UC3` (BGR)
-/// @throws std::runtime_error with the library's text when it has anything to say against the file: where bytes
-/// are missing it goes on with those that follow, and shows them in the wrong place
+/// @throws std::runtime_error with the library's text when it has anything to say against the file: where
+/// bytes are missing it goes on with those that follow, and shows them in the wrong place
 cv::Mat decodeJpeg(const std::vector<unsigned char>& bytes);
 
 } // namespace vision::toolkit

@@ -8,8 +8,8 @@
 
 namespace vision::toolkit {
 
-/// Notes "numbers-disagree" when the last numbers in the names of a pair differ although another image has the
-/// right one: one camera lost an image. Cameras that count on their own have no number in common.
+/// Notes "numbers-disagree" when the last numbers in the names of a pair differ although another image has
+/// the right one: one camera lost an image. Cameras that count on their own have no number in common.
 Notes findNumberMismatch(const std::vector<PairNames>& pairs);
 
 } // namespace vision::toolkit

@@ -13,8 +13,8 @@ namespace vision::toolkit {
 
 namespace {
 
-/// Starts so many threads besides the calling one and ends them again. Each allocates, as working threads do: what
-/// the allocator reserves for a thread may be what is missing for the next.
+/// Starts so many threads besides the calling one and ends them again. Each allocates, as working threads do:
+/// what the allocator reserves for a thread may be what is missing for the next.
 /// @return how many there were at once, with the calling one
 unsigned countStartable(unsigned wanted)
 {

@@ -6,8 +6,8 @@
 
 namespace vision::toolkit {
 
-/// As many of the wanted threads as the system starts: TBB ends the process when one of its own does not start. As long
-/// as this object lives, TBB starts no more, nor does OpenCV with it.
+/// As many of the wanted threads as the system starts: TBB ends the process when one of its own does not
+/// start. As long as this object lives, TBB starts no more, nor does OpenCV with it.
 class ThreadLimit
 {
 public:

@@ -14,8 +14,8 @@ namespace vision::toolkit {
 
 namespace {
 
-// Wide enough for what lenses and rectification do; a calibration for images of twice or half the size, lengths
-// in mm and focal lengths in mm all lie beyond.
+// Wide enough for what lenses and rectification do; a calibration for images of twice or half the size,
+// lengths in mm and focal lengths in mm all lie beyond.
 constexpr double mostUnlikeFocalLengths = 0.05;  // of their mean; pixels that are not square are rare
 constexpr double mostOffCentre = 0.2;            // of the image's size; lenses have below 0.1
 constexpr double narrowest = 1;                  // degrees
@@ -32,7 +32,8 @@ void doubt(Notes& notes, bool isDoubtful, const char* code, const std::string& t
     }
 }
 
-/// The length of a ray's image for the distance r from the axis at unit depth; the radial part of OpenCV's model.
+/// The length of a ray's image for the distance r from the axis at unit depth; the radial part of OpenCV's
+/// model.
 double distort(const std::vector<double>& k, double r)
 {
     const auto coefficient = [&k](std::size_t index) { return index < k.size() ? k[index] : 0; };

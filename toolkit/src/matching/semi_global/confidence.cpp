@@ -5,8 +5,8 @@ namespace vision::toolkit::semi_global {
 
 namespace {
 
-/// Odds of a right match, at most 2 px off, fitted to all pairs of known disparity: the product of both. A low
-/// total says most; the margin counts where it is large.
+/// Odds of a right match, at most 2 px off, fitted to all pairs of known disparity: the product of both. A
+/// low total says most; the margin counts where it is large.
 struct Grade
 {
     int below; ///< total or margin

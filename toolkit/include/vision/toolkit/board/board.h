@@ -32,8 +32,8 @@ struct Board
         0; ///< m; edge of a square, distance of two circles, asymmetric: half of that along a row
     double markerSize = 0;  ///< m; edge of a marker, Charuco only
     std::string dictionary; ///< of the markers, as OpenCV calls it, such as "DICT_4X4_50"; Charuco only
-    /// How far the middle lies behind the ends of a row, behind those of a column, and by how much two opposite
-    /// corners lie behind the other two (a quarter of it); m. Zero for a flat board.
+    /// How far the middle lies behind the ends of a row, behind those of a column, and by how much two
+    /// opposite corners lie behind the other two (a quarter of it); m. Zero for a flat board.
     cv::Vec3d bend;
 };
 

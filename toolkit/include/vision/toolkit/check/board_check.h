@@ -33,8 +33,8 @@ struct BoardCheck
     double distance = 0;        ///< median depth of the board's points, m
     double fillRate = 0;        ///< share of the board's pixels with a point
 
-    /// Of the depth image's points on the board to the plane that fits them best, without those beyond three spreads, m;
-    /// nothing for fewer than 100 points.
+    /// Of the depth image's points on the board to the plane that fits them best, without those beyond three
+    /// spreads, m; nothing for fewer than 100 points.
     std::optional<double> planeRms;
 
     /// Median depth of these points minus that of the triangulated board, m.

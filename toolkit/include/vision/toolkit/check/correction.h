@@ -41,9 +41,9 @@ struct Correction
     double after = 0;
 };
 
-/// Corrects what is significant (three standard deviations) and determined: pitch and roll by rows; yaw by a board or
-/// a known distance alone, as a yaw of 0.01 degrees that is wrong costs more depth than it costs rows.
-/// Pitch and roll that are found in every other pair must improve the pairs between.
+/// Corrects what is significant (three standard deviations) and determined: pitch and roll by rows; yaw by a
+/// board or a known distance alone, as a yaw of 0.01 degrees that is wrong costs more depth than it costs
+/// rows. Pitch and roll that are found in every other pair must improve the pairs between.
 /// @return nothing when there is nothing to correct
 /// @throws Failure when it cannot be corrected: "too-few-pairs", "not-one-drift" (other verdicts than drifted
 /// or holding, and rows that change within the sequence), "scale-changed", "correction-does-not-help"

@@ -114,16 +114,17 @@ struct DepthResult
 
 /// Computes the depth of pairs that the same cameras took, one after the other. One object per thread.
 ///
-/// What of the range is not given, the first pair tells; it is held for those that follow, and widened whenever a pair
-/// that is judged shows nearer or farther things. setDisparityRange() sets it for good instead.
+/// What of the range is not given, the first pair tells; it is held for those that follow, and widened
+/// whenever a pair that is judged shows nearer or farther things. setDisparityRange() sets it for good
+/// instead.
 class VISION_TOOLKIT_EXPORT DepthPipeline
 {
 public:
     /// @throws Failure naming the setting that cannot be used
     DepthPipeline(const Rig& rig, const DepthSettings& settings);
 
-    /// Rectifies and matches a raw pair, computes its points and judges the result. The bit depth that the first images
-    /// with 16 bits seem to have is held for those that follow.
+    /// Rectifies and matches a raw pair, computes its points and judges the result. The bit depth that the
+    /// first images with 16 bits seem to have is held for those that follow.
     /// @param left,right images of the same size with 8 or 16 bits: grey, colour (BGR) or colour with alpha
     /// @throws Failure telling what to change when the images do not fit each other, the rig or the settings
     DepthResult compute(const cv::Mat& left, const cv::Mat& right);
@@ -170,7 +171,7 @@ private:
     std::optional<DisparityRange> _range; ///< that is held or set
     bool _isRangeSet = false;
     std::size_t _pairs = 0;                  ///< computed so far
-    int _bits = 0; ///< that are held; 0 before the first pair with 16 bits
+    int _bits = 0;                           ///< that are held; 0 before the first pair with 16 bits
     std::unique_ptr<vision::Stereo> _stereo; // which itself cannot be moved
     mutable ValidAreas _validAreas;
     Matcher _matcher;

@@ -48,8 +48,8 @@ struct Evaluation
 VISION_TOOLKIT_EXPORT Evaluation evaluate(const cv::Mat& disparity, const cv::Mat& truth,
                                           const cv::Mat& mask = {});
 
-/// Notes values that are the truth times some factor ("units-differ") or one over it ("is-depth"): the figures
-/// of evaluate() mean nothing then.
+/// Notes values that are the truth times some factor ("units-differ") or one over it ("is-depth"): the
+/// figures of evaluate() mean nothing then.
 /// @param disparity,truth,mask as for evaluate()
 /// @throws as evaluate(), when sizes or types differ
 VISION_TOOLKIT_EXPORT Notes judgeUnits(const cv::Mat& disparity, const cv::Mat& truth,

@@ -57,8 +57,8 @@ public:
     bool mayReplace(const std::string& name) const;
 
     /// Tests whether a file of this name may be written.
-    /// @throws Failure "file-exists" when there is one that may not be overwritten, "not-a-file" for a folder,
-    ///         a link or a device, "name-unusable" when no file can be called so
+    /// @throws Failure "file-exists" when there is one that may not be overwritten, "not-a-file" for a
+    ///         folder, a link or a device, "name-unusable" when no file can be called so
     void requireFree(const std::string& name) const;
 
 private:

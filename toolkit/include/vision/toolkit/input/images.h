@@ -64,7 +64,8 @@ VISION_TOOLKIT_EXPORT std::vector<PairNames> pairUp(const std::vector<std::strin
 VISION_TOOLKIT_EXPORT RawPair readRawPair(const PairNames& files, const ImageLimits& limits = {});
 
 /// Tests whether two images can be used as a pair.
-/// @throws Failure naming the image whose bits, channels or size cannot be used, or both when their sizes differ
+/// @throws Failure naming the image whose bits, channels or size cannot be used, or both when their sizes
+/// differ
 VISION_TOOLKIT_EXPORT void requireUsable(const RawPair& pair, const PairNames& names);
 
 /// How many bits the sensor used: the fewest of 8, 10, 12, 14 and 16 that hold a brightest pixel. A dark

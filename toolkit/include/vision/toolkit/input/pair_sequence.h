@@ -52,7 +52,8 @@ public:
     /// What is odd about the sequence as a whole.
     [[nodiscard]] virtual Notes notes() const { return {}; }
 
-    /// Refuses image files that are wider or higher, such as those beyond a calibration, before they are decoded.
+    /// Refuses image files that are wider or higher, such as those beyond a calibration, before they are
+    /// decoded.
     virtual void limitSize(const cv::Size& /*size*/) {}
 
     /// Begins to read a pair. A video is decoded here, so calls must not overlap and are fast when the
@@ -61,8 +62,8 @@ public:
 };
 
 /// Opens a sequence.
-/// @throws Failure when a name gives no image, a video cannot be opened or lacks frames, or left and right differ
-/// in number
+/// @throws Failure when a name gives no image, a video cannot be opened or lacks frames, or left and right
+/// differ in number
 VISION_TOOLKIT_EXPORT std::unique_ptr<PairSequence> openPairs(const PairInput& input);
 
 /// Makes a sequence of images that are in memory; they are called after their numbers, from 0.

@@ -37,8 +37,8 @@ struct ForeignDetails
 /// valid pixels.
 /// @param details what the format does not hold, and nothing else
 /// @throws Failure naming the file when it is of no known format, lacks something, says something that is not
-///         understood, or holds what the record cannot (fisheye, equidistant and omnidirectional models, skew),
-///         or when the cameras do not stand side by side; nothing else but for want of memory
+///         understood, or holds what the record cannot (fisheye, equidistant and omnidirectional models,
+///         skew), or when the cameras do not stand side by side; nothing else but for want of memory
 VISION_TOOLKIT_EXPORT CalibrationPair readForeign(const std::vector<std::string>& files,
                                                   const ForeignDetails& details);
 

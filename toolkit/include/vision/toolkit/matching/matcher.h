@@ -83,14 +83,15 @@ public:
 
     /// Matches a pair.
     ///
-    /// Matches that lie outside the right image or where it shows nothing are dropped. Images too small for the
-    /// range or the window are no error: what cannot be searched is not matched.
+    /// Matches that lie outside the right image or where it shows nothing are dropped. Images too small for
+    /// the range or the window are no error: what cannot be searched is not matched.
     /// @param matches takes the result; the memory of its images is used again where it fits
     /// @throws Failure as withDefaults(), or when the images are no pair of `CV_8UC1` images of the same size
     void match(const RectifiedPair& pair, const SearchRange& range, const MatcherSettings& settings,
                Matches& matches);
 
-    /// Finds the disparities that occur in a pair, with a margin, by matching it coarsely over 60 % of its width.
+    /// Finds the disparities that occur in a pair, with a margin, by matching it coarsely over 60 % of its
+    /// width.
     /// @param lowestPossible px, no disparity below it is looked for: that at infinity where it is known
     /// @return nothing when too little of the images matches
     std::optional<DisparityRange> findDisparityRange(const RectifiedPair& pair, double lowestPossible);

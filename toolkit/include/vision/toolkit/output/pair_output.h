@@ -39,8 +39,8 @@ class VISION_TOOLKIT_EXPORT OutputSet
 public:
     explicit OutputSet(std::set<Product> products) : _products(std::move(products)) {}
 
-    /// A look at everything, the disparity for programs and the points: "rectified-rows", "disparity-picture",
-    /// "disparity-pfm" and, where depths are known, "points-ply".
+    /// A look at everything, the disparity for programs and the points: "rectified-rows",
+    /// "disparity-picture", "disparity-pfm" and, where depths are known, "points-ply".
     static OutputSet makeDefault(bool hasDepth);
 
     /// Parses a list of names with commas between them, such as "disparity-png16,points-ply".
@@ -94,8 +94,8 @@ struct PairOutput
 ///
 /// Several threads may write into one folder at the same time, each a pair of another name.
 /// A file that the folder keeps is neither written nor listed.
-/// @throws Failure "no-depth" when something is chosen that the results lack, and as OutputFiles; then there is no
-///         file
+/// @throws Failure "no-depth" when something is chosen that the results lack, and as OutputFiles; then there
+///         is no file
 VISION_TOOLKIT_EXPORT PairOutput writePairOutput(const PairResults& results, const PictureScale& scale,
                                                  const OutputSet& set, const OutputFolder& folder);
 

@@ -40,8 +40,8 @@ struct PictureScale
 };
 
 /// Tests whether a range can be drawn.
-/// @throws Failure "colour-range" when an end is not finite or beyond a million, or less than a thousandth lies
-///         between both
+/// @throws Failure "colour-range" when an end is not finite or beyond a million, or less than a thousandth
+///         lies between both
 VISION_TOOLKIT_EXPORT void requireUsable(const ColourRange& range);
 
 /// A range in which nearly all values of an image lie: all but half a percent at both ends, and a tenth more

@@ -32,7 +32,8 @@ inline void choose(const std::uint8_t* totals, int steps, const Least& least, By
     const int step = findStep(totals, steps, smallestTotal);
     const Bytes before = Bytes::all(step > 0 ? totals[step - 1] : 255);
     const Bytes after = Bytes::all(step + 1 < steps ? totals[step + 1] : 255);
-    // The second is not at the match nor beside it: where a byte's smallest total is there, its second counts.
+    // The second is not at the match nor beside it: where a byte's smallest total is there, its second
+    // counts.
     const auto select = [&](int at) { return equal(numbers, Bytes::all(at & (Bytes::count - 1))); };
     const Bytes taken = select(step) | (select(step - 1) & equal(least.first, before)) |
                         (select(step + 1) & equal(least.first, after));

@@ -4,7 +4,8 @@
 namespace vision::toolkit::semi_global {
 namespace {
 
-/// Counts, for each column, the rows up to this one that changed nowhere, neither sideways nor from the row above.
+/// Counts, for each column, the rows up to this one that changed nowhere, neither sideways nor from the row
+/// above.
 inline void countStillRows(const std::uint8_t* here, const std::uint8_t* above, int width,
                            std::uint8_t* counts)
 {

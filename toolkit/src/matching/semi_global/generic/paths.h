@@ -23,8 +23,8 @@ struct Carried
     }
 };
 
-/// Goes through the sums of a path at one pixel, vector by vector, with both neighbours of each byte. They are
-/// shifted in registers: loads that overlap what was just stored would wait for it.
+/// Goes through the sums of a path at one pixel, vector by vector, with both neighbours of each byte. They
+/// are shifted in registers: loads that overlap what was just stored would wait for it.
 class Walk
 {
 public:
