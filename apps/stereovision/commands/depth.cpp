@@ -14,6 +14,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 #include <memory>
 #include <string>
 #include <vector>
@@ -114,6 +116,7 @@ public:
     {
         ++_pairs;
         _failed += report.error ? 1 : 0;
+        _wrong += std::any_of(report.notes.begin(), report.notes.end(), isWrong) ? 1 : 0;
         if (_options.json) {
             _console.json(toJson(report));
         }
@@ -122,15 +125,20 @@ public:
         } else if (!_options.json && !_options.quiet) {
             describe(report);
         }
-        if (!_options.quiet) {
-            tellNotes(report);
-        }
+        tellNotes(report);
         _console.advanceProgress();
     }
 
-    ExitCode exitCode() const { return exitCodeOf(_pairs - _failed, _failed); }
+    /// A pair whose result is wrong has failed, although its files are there.
+    ExitCode exitCode() const
+    {
+        const ExitCode code = exitCodeOf(_pairs - _failed, _failed);
+        return code == ExitCode::AllDone && _wrong > 0 ? ExitCode::SomeFailed : code;
+    }
 
 private:
+    static bool isWrong(const Note& note) { return note.severity == Severity::Wrong; }
+
     void describe(const PairReport& report)
     {
         if (report.isSkipped) {
@@ -152,7 +160,11 @@ private:
             if (note.severity != Severity::Info) {
                 note.subject = report.images.left;
             }
-            _console.note(note);
+            if (isWrong(note)) {
+                _console.error(note);
+            } else if (!_options.quiet) {
+                _console.note(note);
+            }
         }
     }
 
@@ -160,6 +172,7 @@ private:
     Console& _console;
     std::size_t _pairs = 0;
     std::size_t _failed = 0;
+    std::size_t _wrong = 0;
 };
 
 /// A run that is continued leaves alone what is there, even if it is not its own.

@@ -7,6 +7,7 @@
 #include <tbb/task_arena.h>
 
 #include <algorithm>
+#include <thread>
 
 namespace vision::toolkit {
 
@@ -18,7 +19,8 @@ void runInOrder(const std::vector<std::size_t>& items, unsigned workers,
     if (most == 0) {
         return;
     }
-    const ThreadLimit limit(static_cast<unsigned>(most));
+    // An item may use the cores that the items leave, with OpenCV or a matcher of its own.
+    const ThreadLimit limit(std::max(static_cast<unsigned>(most), std::thread::hardware_concurrency()));
     std::size_t next = 0;
     const auto begin = [&](tbb::flow_control& control) -> Work {
         if (next == items.size()) {
@@ -27,7 +29,7 @@ void runInOrder(const std::vector<std::size_t>& items, unsigned workers,
         }
         return take(items[next++]);
     };
-    tbb::task_arena arena(static_cast<int>(limit.threads()));
+    tbb::task_arena arena(static_cast<int>(std::min(static_cast<unsigned>(most), limit.threads())));
     arena.execute([&] {
         tbb::parallel_pipeline(
             mostPerWorker * most,

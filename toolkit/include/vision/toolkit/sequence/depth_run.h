@@ -47,8 +47,8 @@ struct PairReport
 
 /// One line of JSON: an object with `name` and, if the pair was processed, `matched`, `beyond` (shares from 0
 /// to 1), `nearest`, `median`, `farthest` (m, null without depth), `minDisparity`, `disparities`,
-/// `rowOffsetMedian`, `rowOffsetSpread` (px, null when not known), `notes` (objects with `code` and `text`)
-/// and `files`; otherwise `error` or `skipped`.
+/// `rowOffsetMedian`, `rowOffsetSpread` (px, null when not known), `notes` (objects with `code`,
+/// `severity` and `text`) and `files`; otherwise `error` and its `code`, or `skipped`.
 VISION_TOOLKIT_EXPORT std::string toJson(const PairReport& report);
 
 /// How a sequence is processed.
