@@ -294,6 +294,7 @@ TEST_F(Input, KnowsSizesBeforeDecoding)
     }
     writeFile("p.pgm", "P5 #\n70000 # wide\n 50000\n65535\nxx");
     EXPECT_THAT(complaintOf([&] { return readImage(path("p.pgm")); }), HasSubstr("3500.0 megapixels"));
+    EXPECT_FALSE(readImageHeader({'P', '5', ' ', '#', ' ', 'x'})); // ends inside a comment
 }
 
 TEST_F(Input, OneBitDepthHoldsForASequence)

@@ -93,8 +93,8 @@ ImageHeader readPnm(const std::vector<unsigned char>& bytes)
         while (std::isspace(static_cast<int>(reader.number(at, 1))) != 0 || reader.holds(at, "#")) {
             const bool isComment = reader.holds(at, "#");
             do {
-                ++at;
-            } while (isComment && !reader.holds(at, "\n") && !reader.holds(at, "\r"));
+                ++at; // in a comment that the file ends in, until number() throws
+            } while (isComment && reader.number(at, 1) != '\n' && reader.number(at, 1) != '\r');
         }
         constexpr std::uint64_t most = std::numeric_limits<std::uint32_t>::max();
         std::uint64_t value = 0;
