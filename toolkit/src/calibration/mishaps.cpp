@@ -55,6 +55,7 @@ bool isAlike(const RelativePose& one, const RelativePose& other)
 double findMedianError(const std::vector<const BoardView*>& views, const Board& board, const PairFit& fit)
 {
     std::vector<double> errors;
+    errors.reserve(views.size());
     for (const BoardView* view : views) {
         errors.push_back(findPose(fit, *view, board).rms());
     }
@@ -72,6 +73,7 @@ double tryWithout(ImageChange change, const std::vector<const BoardView*>& views
         agreeOnOrder(board, undone.back());
     }
     std::vector<const BoardView*> pointers;
+    pointers.reserve(undone.size());
     for (const BoardView& view : undone) {
         pointers.push_back(&view);
     }
@@ -130,6 +132,7 @@ std::vector<bool> findSwapped(const std::vector<const BoardView*>& views, const 
                               const PairFit& fit)
 {
     std::vector<RelativePose> poses;
+    poses.reserve(views.size());
     for (const BoardView* view : views) {
         poses.push_back(findRelativePose(fit, *view, board));
     }
@@ -142,6 +145,7 @@ std::vector<bool> findSwapped(const std::vector<const BoardView*>& views, const 
             return countAlike(a) < countAlike(b);
         });
     std::vector<bool> swapped;
+    swapped.reserve(poses.size());
     for (const RelativePose& pose : poses) {
         swapped.push_back(isAlike(usual, pose.inverse()) && !isAlike(usual, pose));
     }

@@ -138,6 +138,7 @@ Step findStep(const std::vector<PairResiduals>& pairs)
 Names findDeviating(const std::vector<PairResiduals>& pairs, const Step& step)
 {
     std::vector<double> spreads;
+    spreads.reserve(pairs.size());
     for (const PairResiduals& pair : pairs) {
         spreads.push_back(pair.spread);
     }
