@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-/// The library's own semi-global matcher beside those of OpenCV, each checked both ways, on one thread and on all.
+/// The library's own semi-global matcher beside those of OpenCV, each checked both ways.
 #include "measuring.h"
 
 #include <vision/toolkit/matching/matcher.h>

@@ -66,8 +66,9 @@ const std::string allNames =
     "depth-tiff,points-ply,rectified,rectified-rows,confidence,level-picture";
 const std::string allFiles =
     "a-disparity.png a-disparity.pfm a-disparity.tiff a-disparity16.png a-depth.png a-depth16.png "
-    "a-depth.tiff a-points.ply a-rectified-left.png a-rectified-right.png a-rectified.png a-level.png ";
-constexpr std::ptrdiff_t fileCount = 12;
+    "a-depth.tiff a-points.ply a-rectified-left.png a-rectified-right.png a-rectified.png "
+    "a-confidence.tiff a-level.png ";
+constexpr std::ptrdiff_t fileCount = 13;
 
 template <typename Action>
 std::string codeOf(Action action)
@@ -214,6 +215,7 @@ PairResults makeResults(int number)
     results.rectifiedLeft = cv::Mat(size, CV_16UC3, cv::Scalar::all(300 + number));
     results.rectifiedRight = results.left;
     results.disparity = cv::Mat(size, CV_32FC1, cv::Scalar(number));
+    results.confidence = cv::Mat(size, CV_32FC1, cv::Scalar(0.5));
     results.points = cv::Mat(size, CV_32FC3, cv::Scalar(0, 0, 100)); // m: too far for millimetres
     return results;
 }

@@ -23,7 +23,7 @@ struct Patch
         for (int y = 0; y < size.height; ++y) {
             for (int x = 0; x < size.width; ++x) {
                 const auto value = image.at<unsigned char>(y, x);
-                rows[static_cast<std::size_t>(y * width + x)] = value;
+                rows[static_cast<std::size_t>(y) * width + static_cast<std::size_t>(x)] = value;
                 sum += value;
                 squares += std::uint32_t{value} * value;
             }
@@ -48,7 +48,7 @@ std::uint32_t multiply(const Patch& patch, const cv::Mat_<short>& image, int x, 
 {
     int sum = 0;
     for (int row = 0; row < patch.size.height; ++row) {
-        const short* const a = &patch.rows[static_cast<std::size_t>(row * width)];
+        const short* const a = &patch.rows[static_cast<std::size_t>(row) * width];
         const short* const b = image[y + row] + x;
         for (int column = 0; column < width; ++column) {
             sum += a[column] * b[column];

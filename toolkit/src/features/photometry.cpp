@@ -72,6 +72,7 @@ PhotometricDifference comparePhotometry(const cv::Mat& left, const cv::Mat& righ
     result.brightness = median(std::move(differences));
     result.sharpness = median(std::move(sharpness));
     std::vector<double> offsets;
+    offsets.reserve(means.size());
     for (const cv::Point2d& mean : means) {
         offsets.push_back(mean.y - result.gain * mean.x);
     }

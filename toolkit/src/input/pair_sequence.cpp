@@ -178,6 +178,7 @@ void requireOne(const std::vector<std::string>& names)
 std::vector<PairNames> useTwice(const std::vector<std::string>& files)
 {
     std::vector<PairNames> pairs;
+    pairs.reserve(files.size());
     for (const std::string& file : files) {
         pairs.push_back({file, file});
     }

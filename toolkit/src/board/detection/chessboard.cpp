@@ -75,7 +75,8 @@ std::size_t findMostSquares(const cv::Size& size, bool isByOneThreshold)
 {
     constexpr std::size_t most = 1000;
     constexpr std::size_t mostByManyThresholds = 400;
-    const auto onTheBoard = static_cast<std::size_t>((size.width + 1) * (size.height + 1));
+    const auto onTheBoard =
+        (static_cast<std::size_t>(size.width) + 1) * (static_cast<std::size_t>(size.height) + 1);
     return std::max(isByOneThreshold ? most : mostByManyThresholds, 2 * onTheBoard);
 }
 
@@ -103,14 +104,14 @@ Corners search(std::vector<SearchLevel> levels, const cv::Size& size, Effort eff
 {
     addSmaller(levels, size);
     for (const SearchLevel& level : levels) {
-        const Corners corners = search(level, size, byOneThreshold);
+        Corners corners = search(level, size, byOneThreshold);
         if (!corners.empty()) {
             return corners;
         }
     }
     const std::size_t tried = effort == Effort::Quick ? 0 : effort == Effort::Usual ? 1 : 2;
     for (std::size_t i = 0; i < std::min(tried, levels.size()); ++i) {
-        const Corners corners = search(levels[i], size, byManyThresholds);
+        Corners corners = search(levels[i], size, byManyThresholds);
         if (!corners.empty()) {
             return corners;
         }

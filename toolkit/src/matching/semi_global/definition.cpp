@@ -142,6 +142,7 @@ private:
     std::vector<Sums> compareRow(int y) const
     {
         std::vector<Feature> right;
+        right.reserve(static_cast<std::size_t>(_pair.width));
         for (int x = 0; x < _pair.width; ++x) {
             right.push_back(_right.isValid(x, y) ? _right.describe(x, y) : ofInvalid);
         }

@@ -61,8 +61,8 @@ void Matcher::preparePair(const Images& images, const Settings& settings)
     _pair.leftValid = view(images.leftValid);
     _pair.rightValid = view(images.rightValid);
 
-    const std::ptrdiff_t stride = size.width + 3 * planeMargin;
-    const std::ptrdiff_t bytes = stride * size.height + 3 * planeMargin;
+    const std::ptrdiff_t stride = size.width + 3 * std::ptrdiff_t{planeMargin};
+    const std::ptrdiff_t bytes = stride * size.height + 3 * std::ptrdiff_t{planeMargin};
     if (_smooth.size() < static_cast<std::size_t>(2 * bytes)) {
         _smooth.resize(static_cast<std::size_t>(2 * bytes));
     }

@@ -96,7 +96,8 @@ struct DepthResult
 
     /// What is to be known of the pair and of how it was computed. About the images:
     /// - "images-swapped", "images-do-not-correspond", "identical-images" (wrong)
-    /// - "rows-differ", "not-rectified", "several-disparities-fit", "image-blurred" (doubtful), "exposure-differs" (info)
+    /// - "rows-differ", "not-rectified", "several-disparities-fit", "image-blurred" (doubtful)
+    /// - "exposure-differs" (info)
     ///
     /// about the range:
     /// - "range-not-found": the images do not tell it
