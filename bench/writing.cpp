@@ -42,7 +42,7 @@ void writePlain(const std::filesystem::path& folder)
 
 void writeSafely(const std::filesystem::path& folder)
 {
-    const OutputFolder output(folder);
+    const OutputFolder output(folder, ExistingFile::Replace);
     for (int pair = 0; pair < pairs; ++pair) {
         OutputFiles together(output);
         for (const auto& [name, bytes] : files()) {
