@@ -139,6 +139,7 @@ BoardView takeView(const Rig& rig, const Truth& truth, cv::RNG& random)
                                distance * across * random.uniform(-0.4, 0.4),
                                distance);
         std::vector<cv::Point3d> places;
+        places.reserve(points.size());
         for (const cv::Point3d& point : points) {
             places.emplace_back(rotation * roll * cv::Vec3d(point.x, point.y, point.z) + centre);
         }
@@ -158,6 +159,7 @@ std::vector<BoardView> takeViews(const Rig& rig, const Truth& truth, unsigned se
 {
     cv::RNG random(seed);
     std::vector<BoardView> views;
+    views.reserve(static_cast<std::size_t>(rig.views));
     for (int i = 0; i < rig.views; ++i) {
         views.push_back(takeView(rig, truth, random));
     }
@@ -208,8 +210,9 @@ Grid makeGrid(const Truth& truth)
 {
     Grid grid;
     for (int i = 0; i < steps * steps; ++i) {
+        const int row = i / steps;
         grid.left.emplace_back((i % steps + 0.5) * imageSize.width / steps,
-                               (i / steps + 0.5) * imageSize.height / steps);
+                               (row + 0.5) * imageSize.height / steps);
     }
     std::vector<cv::Point3d> places;
     for (const cv::Point2d& ray : toRays(grid.left, truth.left)) {

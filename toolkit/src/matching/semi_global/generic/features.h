@@ -61,7 +61,7 @@ inline void smoothRows(const Plane& image, int width, int height, bool isMirrore
 /// Rows of a smoothed image around one of them; beyond the image its outermost ones.
 struct Neighbourhood
 {
-    const std::uint8_t* rows[9];
+    const std::uint8_t* rows[9]{};
 
     Neighbourhood(const Plane& smooth, int y, int height)
     {
@@ -86,7 +86,8 @@ inline void findCensus(const Neighbourhood& around, int x, int side, int thresho
             if (dx == 0 && dy == 0) {
                 continue;
             }
-            const Bytes other = Bytes::load(around.at(dy) + x + side * dx);
+            const std::ptrdiff_t column = x + std::ptrdiff_t{side} * dx;
+            const Bytes other = Bytes::load(around.at(dy) + column);
             bits = bits | (equal(larger(other, centre), centre) & Bytes::all(1 << bit % 8));
             if (++bit % 8 == 0) {
                 bits.store(features[bit / 8 - 1] + x);

@@ -135,7 +135,7 @@ private:
         for (int x = 0; x < _pair.width; ++x) {
             addCosts(x);
             const Carried fromLeft(leastSide, _memory.jumpFromLeft[x], _pair.settings.smallStep);
-            Bytes leastAbove;
+            Bytes leastAbove = Bytes::all(0);
             extendForward(fromLeft,
                           carryFromAbove(x),
                           cost(x),
@@ -155,7 +155,7 @@ private:
     {
         startSide();
         const int steps = _pair.steps;
-        std::memset(_memory.diagonal, 255, static_cast<std::size_t>(steps + searchStep));
+        std::memset(_memory.diagonal, 255, static_cast<std::size_t>(steps) + searchStep);
         Bytes leastSide = Bytes::all(0);
         for (int x = _pair.width - 1; x >= 0; --x) {
             std::uint8_t* const total = _memory.sum + std::ptrdiff_t{x} * steps;
