@@ -78,7 +78,7 @@ private:
         findJumps(row, _pair.smoothLeft.row(largest(y - 1, 0)), _pair, _memory.jumpFromAbove);
     }
 
-    std::uint8_t* cost(int x) const { return _memory.cost + std::ptrdiff_t{x} * _pair.steps; }
+    std::uint8_t* cost(int x) const { return &_memory.cost[std::ptrdiff_t{x} * _pair.steps]; }
 
     void addCosts(int x)
     {
